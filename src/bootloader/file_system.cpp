@@ -1,0 +1,187 @@
+// The flash file system's commands: one boot-loader command each, judged by
+// the code the boot loader echoes.
+#include "bootloader/framing.h"
+#include "frame/bounded_string.h"
+#include "frame/debug.h"
+#include "os/os.h"
+
+#include <cstdarg>
+#include <cstring>
+
+namespace xdsp::bootloader {
+
+namespace {
+constexpr uint32_t bootFileIndex = 300;
+constexpr uint32_t closePauseMs = 2000;
+constexpr uint32_t formatSecondsLimit = 60;
+constexpr uint32_t checksumPollMs = 100;
+constexpr uint32_t checksumPolls = 30;
+constexpr uint32_t slowReplyLength = 22;
+
+// The boot loader counts files from 1; sent as the low 16 bits.
+uint16_t fileNumber(uint32_t index) {
+    return static_cast<uint16_t>(index + 1);
+}
+
+// Close and checksum name the boot file by 300 itself, not by 301.
+uint16_t closingNumber(uint32_t index) {
+    return index == bootFileIndex ? static_cast<uint16_t>(index) : fileNumber(index);
+}
+
+// A raw command: "BOOT", the code, one argument word, high byte first.
+void rawCommand(uint8_t *command, uint8_t code, uint16_t argument) {
+    std::memcpy(command, "BOOT", 4);
+    command[4] = code;
+    command[5] = 0x01;
+    command[6] = static_cast<uint8_t>(argument >> 8);
+    command[7] = static_cast<uint8_t>(argument & 0xFF);
+}
+
+// Formats, encodes and sends a command string with the standard exchange into
+// a cleared reply; true when reply[6] echoes code.
+bool standardCommand(uint8_t code, uint8_t *reply, uint32_t replyLength, const Char16 *format,
+                     ...) {
+    Char16 text[commandTextChars];
+    va_list arguments;
+    va_start(arguments, format);
+    boundedFormatV(text, commandTextChars, format, arguments);
+    va_end(arguments);
+    uint8_t command[commandBytes];
+    uint32_t length = static_cast<uint32_t>(encodeBootCommand(command, text));
+    std::memset(reply, 0, replyBytes);
+    standardExchange(command, length, reply, replyLength);
+    return reply[echoOffset] == code;
+}
+
+bool acknowledgedOrDumped(uint8_t code, const uint8_t *reply, size_t count) {
+    if (reply[echoOffset] == code)
+        return true;
+    dumpBootReply(code, code, 6, reply, count);
+    return false;
+}
+
+// Without the read prefix the reply is clocked in by a transfer that writes nothing.
+void readReply(uint16_t mask, uint8_t *reply, uint32_t replyLength) {
+    if (readPrefixOn())
+        transfer(mask, settingSlow, readPrefixBytes, sizeof readPrefixBytes, reply, replyLength);
+    else
+        transfer(mask, settingSlow, nullptr, 0, reply, replyLength);
+}
+} // namespace
+
+} // namespace xdsp::bootloader
+
+using namespace xdsp::bootloader;
+
+extern "C" {
+
+XDSP_EXPORT xdsp_bool XDSP_API XMOSBoot_EraseFile(uint32_t fileIndex) {
+    uint16_t number = fileNumber(fileIndex);
+    uint8_t reply[replyBytes];
+    return standardCommand(0x2D, reply, 12, WIDE("BOOT\\x2D\\x01\\x%02X\\x%02X"), number >> 8,
+                           number & 0xFF)
+               ? 1
+               : 0;
+}
+
+XDSP_EXPORT xdsp_bool XDSP_API XMOSBoot_AllocateFile(uint32_t fileIndex, uint32_t startAddress,
+                                                     uint32_t endAddress) {
+    uint16_t number = fileNumber(fileIndex);
+    uint32_t startSector = startAddress >> 12;
+    uint32_t sectorCount = (endAddress >> 12) - startSector;
+    uint8_t reply[replyBytes];
+    return standardCommand(0x2A, reply, 12,
+                           WIDE("BOOT\\x2A\\x03\\x%02X\\x%02X\\x%02X\\x%02X\\x%02X\\x%02X"),
+                           number >> 8, number & 0xFF, (startSector >> 8) & 0xFF,
+                           startSector & 0xFF, (sectorCount >> 8) & 0xFF, sectorCount & 0xFF)
+               ? 1
+               : 0;
+}
+
+XDSP_EXPORT xdsp_bool XDSP_API XMOSBoot_SetFileType(uint32_t fileIndex, int16_t type) {
+    // Number and type each fill one byte of the command; values that do not
+    // fit are refused rather than cut, and nothing is sent.
+    uint32_t number = fileIndex + 1;
+    if (fileIndex > 0xFE || type < 0 || type > 0xFF)
+        return 0;
+    uint8_t reply[replyBytes];
+    if (standardCommand(0x28, reply, 14, WIDE("BOOT\\x28\\x02\\x00\\x%02X\\x00\\x%02X"), number,
+                        static_cast<unsigned>(type)))
+        return 1;
+    dumpBootReply(0x28, 0x28, 6, reply, 14);
+    return 0;
+}
+
+XDSP_EXPORT xdsp_bool XDSP_API XMOSBoot_Commit(void) {
+    uint8_t reply[replyBytes];
+    if (standardCommand(0x33, reply, 8, WIDE("BOOT\\x33\\x00")))
+        return 1;
+    dumpBootReply(0x33, 0x33, 6, reply, 8);
+    return 0;
+}
+
+XDSP_EXPORT xdsp_bool XDSP_API XMOSBoot_Run(void) {
+    uint8_t command[commandBytes];
+    uint32_t length = static_cast<uint32_t>(encodeBootCommand(command, WIDE("BOOT\\x03\\x00")));
+    standardExchange(command, length, nullptr, 0);
+    return 1;
+}
+
+XDSP_EXPORT xdsp_bool XDSP_API XMOSBoot_FormatBootFile(int32_t value) {
+    XMOSBoot_Flush();
+    uint8_t reply[replyBytes] = {};
+    uint8_t command[8];
+    rawCommand(command, 0x3A, static_cast<uint16_t>(value & 0xFFFF));
+    slowExchange(command, sizeof command, reply, slowReplyLength);
+    return acknowledgedOrDumped(0x3A, reply, slowReplyLength) ? 1 : 0;
+}
+
+XDSP_EXPORT xdsp_bool XDSP_API XMOSBoot_CloseFile(uint32_t fileIndex) {
+    XMOSBoot_Flush();
+    xdsp::os::sleepMs(closePauseMs);
+    XMOSBoot_Flush();
+    uint8_t reply[replyBytes] = {};
+    uint8_t command[8];
+    rawCommand(command, 0x32, closingNumber(fileIndex));
+    xdsp::debugWrite(WIDE("Send SPI Command: BOOT\\x32\\x01\\x00\\x01\n"));
+    slowExchange(command, sizeof command, reply, slowReplyLength);
+    if (reply[echoOffset] == 0x32)
+        return 1;
+    // At once, without a flush, and over the first reply's bytes.
+    slowExchange(command, sizeof command, reply, slowReplyLength);
+    return acknowledgedOrDumped(0x32, reply, slowReplyLength) ? 1 : 0;
+}
+
+XDSP_EXPORT xdsp_bool XDSP_API XMOSBoot_FormatFile(uint32_t fileIndex) {
+    XMOSBoot_Flush();
+    uint8_t reply[replyBytes] = {};
+    uint8_t command[8];
+    rawCommand(command, 0x30, fileNumber(fileIndex));
+    xdsp::debugWrite(WIDE("Send SPI Command: BOOT\\x30\\x01\\x00\\x01\n"));
+    transfer(0, settingSlow, command, sizeof command, nullptr, 0);
+    // Erasing flash takes seconds; the busy line is looked at once a second.
+    uint32_t seconds = 0;
+    while (bootLoaderBusy() && seconds < formatSecondsLimit) {
+        xdsp::os::sleepMs(1000);
+        ++seconds;
+    }
+    xdsp::debugFormat(WIDE("Format took %d seconds...\n"), static_cast<int>(seconds));
+    if (readPrefixOn())
+        waitWhileBootLoaderBusy(busyMask());
+    readReply(busyMask(), reply, slowReplyLength);
+    return acknowledgedOrDumped(0x30, reply, slowReplyLength) ? 1 : 0;
+}
+
+XDSP_EXPORT uint16_t XDSP_API XMOSBoot_GetChecksum(uint32_t fileIndex) {
+    uint8_t reply[replyBytes] = {};
+    uint8_t command[8];
+    rawCommand(command, 0x29, closingNumber(fileIndex));
+    xdsp::debugWrite(WIDE("Send SPI Command: BOOT\\x29\\x01\\x00\\x01\n"));
+    transfer(0, settingSlow, command, sizeof command, nullptr, 0);
+    for (uint32_t polls = 0; bootLoaderBusy() && polls < checksumPolls; ++polls)
+        xdsp::os::sleepMs(checksumPollMs);
+    readReply(0, reply, 12);
+    // The echo is not looked at: an unanswered request reads as 0.
+    return bigEndian16(reply + 10);
+}
+}

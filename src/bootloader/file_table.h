@@ -1,0 +1,49 @@
+// The library's copy of the boot loader's directory: 15 file descriptors, and
+// the name-and-date block that carries a file's name and dates.
+#pragma once
+
+#include "frame/text.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace xdsp::bootloader {
+
+inline constexpr size_t fileCount = 15;
+inline constexpr size_t nameChars = 64;
+
+struct FileDescriptor {
+    uint32_t type;
+    uint16_t faiWord1; // stored only
+    uint16_t startSector;
+    uint16_t endSector;
+    uint16_t faiWord4; // stored only
+    uint16_t faiWord5; // reported times 4096
+    Char16 name[nameChars];
+    double modificationDate; // OLE automation dates; 0.0 = none
+    double creationDate;
+};
+
+// Process-wide and unguarded: one boot-loader operation runs at a time.
+extern FileDescriptor fileTable[fileCount];
+
+// ---- the name-and-date block --------------------------------------------------
+
+inline constexpr size_t blockBytes = 128;
+inline constexpr size_t blockNameBytes = 64;
+inline constexpr size_t modificationTextOffset = 64;
+inline constexpr size_t creationTextOffset = 84;
+inline constexpr size_t dateTextBytes = 20;
+
+// The block as it is sent: narrow name, both date texts, '*' for every byte
+// that is 0x00, 0xCC, 0xFF or unfilled. Pairs are not swapped here.
+void buildNameDateBlock(const FileDescriptor &descriptor, uint8_t *block);
+
+// Exchanges bytes 2i and 2i+1 throughout a block (its own inverse).
+void swapPairs(uint8_t *bytes, size_t count);
+
+// Takes a block as read back (pairs swapped, '*' for zero) into a descriptor's
+// name and dates.
+void decodeNameDateBlock(const uint8_t *travelled, FileDescriptor *descriptor);
+
+} // namespace xdsp::bootloader

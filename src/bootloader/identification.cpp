@@ -1,0 +1,150 @@
+// What the boot loader says about itself, the board, its DSP and its flash.
+#include "bootloader/framing.h"
+#include "frame/bounded_string.h"
+#include "frame/debug.h"
+
+#include <cstring>
+
+namespace xdsp::bootloader {
+
+namespace {
+constexpr size_t resultChars = 32;
+Char16 versionText[resultChars];
+Char16 productText[resultChars];
+Char16 dspText[resultChars];
+Char16 memoryText[resultChars];
+
+struct Product {
+    uint32_t code;
+    const Char16 *name;
+};
+constexpr Product products[] = {
+    {0x00005000, WIDE("korvalt 21469")},       {0x00045000, WIDE("korvalt 21469 Ext. Temp.")},
+    {0x00105010, WIDE("korvalt 21469 + USB")}, {0x00145010, WIDE("korvalt 21469 + USB Ext. Temp.")},
+    {0x00407020, WIDE("korvalt 21479")},       {0x00306020, WIDE("korvalt 21489")},
+    {0x00206020, WIDE("korvalt 21489 + RAM")},
+};
+
+struct MemoryChip {
+    uint8_t id;
+    uint32_t kibibytes;
+};
+constexpr MemoryChip memoryChips[] = {
+    {0x49, 128},  {0x43, 256},  {0x04, 512},  {0x44, 512},  {0x48, 512},
+    {0x8D, 512},  {0x80, 1024}, {0x8E, 1024}, {0xC7, 1024}, {0x20, 2048},
+    {0x40, 2048}, {0x41, 2048}, {0x46, 2048}, {0x61, 2048}, {0x47, 4096},
+};
+constexpr uint8_t noChip = 0xFF;
+constexpr size_t chipIdOffset = 10;
+constexpr uint8_t memoryCommand[6] = {'B', 'O', 'O', 'T', 0x0A, 0x00};
+
+// Reply bytes 8 to 11 all 0xCC: the boot loader had no answer ready yet.
+bool fillerReply(const uint8_t *reply) {
+    for (size_t i = dataOffset; i < dataOffset + 4; ++i)
+        if (reply[i] != 0xCC)
+            return false;
+    return true;
+}
+
+void queryCommand(const Char16 *text, uint8_t *reply, uint32_t replyLength) {
+    uint8_t command[commandBytes];
+    size_t length = encodeBootCommand(command, text);
+    std::memset(reply, 0, replyBytes);
+    standardExchange(command, static_cast<uint32_t>(length), reply, replyLength);
+}
+
+// The four identification bytes of the DSP or the flash chip, as text and as a
+// debug line of three pieces.
+const Char16 *identificationBytes(const Char16 *command, const Char16 *label, Char16 *text) {
+    uint8_t reply[replyBytes];
+    queryCommand(command, reply, 12);
+    boundedFormat(text, resultChars, WIDE("%02X %02X %02X %02X"), reply[8], reply[9], reply[10],
+                  reply[11]);
+    debugWrite(label);
+    debugWrite(text);
+    debugWrite(WIDE("\n"));
+    return text;
+}
+
+void readMemoryReply(uint8_t *reply) {
+    std::memset(reply, 0, replyBytes);
+    uint16_t mask = busyMask();
+    if (readPrefixOn()) {
+        transfer(mask, settingSlow, memoryCommand, sizeof memoryCommand, nullptr, 0);
+        waitWhileBootLoaderBusy(mask);
+        transfer(mask, settingSlow, readPrefixBytes, sizeof readPrefixBytes, reply, 22);
+    } else {
+        transfer(mask, settingSlow, memoryCommand, sizeof memoryCommand, reply, 22);
+    }
+}
+
+bool plausibleChip(const uint8_t *reply) {
+    return !fillerReply(reply) && reply[chipIdOffset] != 0x00 && reply[chipIdOffset] != noChip;
+}
+} // namespace
+
+} // namespace xdsp::bootloader
+
+extern "C" {
+
+XDSP_EXPORT const xdsp_char16 *XDSP_API XMOSBoot_GetVersionType(void) {
+    using namespace xdsp::bootloader;
+    XMOSBoot_Flush();
+    uint8_t reply[replyBytes];
+    queryCommand(WIDE("BOOT\\x0B\\x00"), reply, 14);
+    if (fillerReply(reply))
+        queryCommand(WIDE("BOOT\\x0B\\x00"), reply, 14);
+    unsigned value = bigEndian16(reply + dataOffset);
+    xdsp::boundedFormat(versionText, resultChars, WIDE("%d.%02d"), value / 100, value % 100);
+    return versionText;
+}
+
+XDSP_EXPORT const xdsp_char16 *XDSP_API XMOSBoot_GetProductType(void) {
+    using namespace xdsp::bootloader;
+    uint8_t reply[replyBytes];
+    queryCommand(WIDE("BOOT\\x08\\x00"), reply, 12);
+    uint32_t code = bigEndian32(reply + dataOffset);
+    for (const Product &product : products)
+        if (product.code == code) {
+            xdsp::boundedCopy(productText, resultChars, product.name);
+            return productText;
+        }
+    xdsp::boundedFormat(productText, resultChars, WIDE("%02X %02X %02X %02X [%08X]"), reply[8],
+                        reply[9], reply[10], reply[11], code);
+    return productText;
+}
+
+XDSP_EXPORT const xdsp_char16 *XDSP_API XMOSBoot_GetDSPType(void) {
+    using namespace xdsp::bootloader;
+    return identificationBytes(WIDE("BOOT\\x09\\x00"), WIDE("GetDSPType() :: "), dspText);
+}
+
+XDSP_EXPORT const xdsp_char16 *XDSP_API XMOSBoot_GetMemoryType(void) {
+    using namespace xdsp::bootloader;
+    return identificationBytes(WIDE("BOOT\\x0A\\x00"), WIDE("GetMemoryType() :: "), memoryText);
+}
+
+XDSP_EXPORT uint32_t XDSP_API XMOSBoot_GetMemorySize(void) {
+    using namespace xdsp::bootloader;
+    for (int i = 0; i < 3; ++i)
+        XMOSBoot_Flush();
+    uint8_t reply[replyBytes];
+    constexpr int attempts = 3;
+    for (int attempt = 1; attempt <= attempts; ++attempt) {
+        readMemoryReply(reply);
+        // The last attempt's reply stands whatever it holds.
+        if (attempt < attempts && plausibleChip(reply))
+            break;
+    }
+    uint8_t id = reply[chipIdOffset];
+    for (const MemoryChip &chip : memoryChips)
+        if (chip.id == id) {
+            uint32_t size = chip.kibibytes * 1024;
+            xdsp::debugFormat(WIDE("GetMemorySize() :: %lu\n"), size);
+            return size;
+        }
+    xdsp::debugWrite(id == noChip ? WIDE("Memory: No Chip!\n") : WIDE("Memory: Unknown Chip\n"));
+    dumpBootReply(0x0A, 0x40, 10, reply, 12);
+    return 0;
+}
+}

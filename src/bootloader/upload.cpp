@@ -1,0 +1,177 @@
+// BootLoader_Send: one file onto the board with all the bookkeeping its file
+// system needs, progress reports and a checksum check.
+#include "bootloader/checksum.h"
+#include "bootloader/file_table.h"
+#include "bootloader/ole_date.h"
+#include "frame/bounded_string.h"
+#include "frame/debug.h"
+#include "os/os.h"
+
+#include <cstdint>
+
+namespace xdsp::bootloader {
+
+namespace {
+constexpr int32_t bootFile = 31415;       // the board's boot image
+constexpr uint32_t bootFileNumber = 300;  // how close and checksum name it
+constexpr uint32_t bootHeaderBytes = 256; // not counted in the boot file's checksum
+constexpr uint32_t sectorBytes = 4096;
+constexpr uint32_t closeFailurePauseMs = 1500;
+constexpr uint32_t settlePauseMs = 2000;
+constexpr uint32_t boxExclamation = 0x30;
+
+namespace lastError {
+constexpr uint32_t badType = 222;
+constexpr uint32_t tableLost = 7;
+constexpr uint32_t badFormat = 11;
+constexpr uint32_t closeFailed = 0x80010138;
+constexpr uint32_t badName = 123;
+constexpr uint32_t checksumMismatch = 0x8009700D;
+} // namespace lastError
+
+class Upload {
+  public:
+    Upload(bool showErrors, xdsp_progress_callback callback, uint32_t context)
+        : showErrors_(showErrors), callback_(callback), context_(context) {}
+
+    void progress(int32_t percent) const {
+        if (callback_ != nullptr)
+            os::callProgress(callback_, percent, context_);
+    }
+
+    // No caption: the system shows its default one.
+    void fault(const Char16 *text) const {
+        if (showErrors_)
+            os::messageBox(text, nullptr, boxExclamation);
+    }
+
+  private:
+    bool showErrors_;
+    xdsp_progress_callback callback_;
+    uint32_t context_;
+};
+
+// Erase (when something is allocated) and allocate when the table's sectors
+// differ from the request; true when the allocation changed.
+bool reallocate(uint32_t index, uint32_t startAddress, uint32_t endAddress) {
+    const FileDescriptor &descriptor = fileTable[index];
+    if (descriptor.startSector * sectorBytes == startAddress &&
+        descriptor.endSector * sectorBytes == endAddress)
+        return false;
+    if ((descriptor.startSector == 0 && descriptor.endSector == 0) || XMOSBoot_EraseFile(index))
+        XMOSBoot_AllocateFile(index, startAddress, endAddress);
+    return true;
+}
+
+// Type change and table re-read; false when the table could not be read again.
+bool retypeAndRefresh(const Upload &upload, uint32_t index, int16_t type, bool allocationChanged) {
+    bool typeDiffers = fileTable[index].type != static_cast<uint32_t>(static_cast<int32_t>(type));
+    if (typeDiffers && !XMOSBoot_SetFileType(index, type)) {
+        upload.fault(WIDE("Error in Setting Type."));
+        os::setLastError(lastError::badType);
+    }
+    if (!typeDiffers && !allocationChanged)
+        return true;
+    XMOSBoot_Commit();
+    if (XMOSBoot_BuildFAI() != 0)
+        return true;
+    os::setLastError(lastError::tableLost);
+    return false;
+}
+
+uint16_t boardChecksum(uint32_t closeNumber) {
+    uint16_t checksum = XMOSBoot_GetChecksum(closeNumber);
+    return checksum != 0 ? checksum : XMOSBoot_GetChecksum(closeNumber);
+}
+
+void compareChecksums(const Upload &upload, bool isBootFile, uint32_t closeNumber,
+                      const uint8_t *data, uint32_t length) {
+    uint16_t board = boardChecksum(closeNumber);
+    uint16_t library;
+    if (isBootFile)
+        library = length < bootHeaderBytes
+                      ? 0
+                      : byteSum(data + bootHeaderBytes, length - bootHeaderBytes);
+    else
+        library = byteSum(data, length);
+    // An odd last byte never travels, so the board may have summed one byte less.
+    if (board != library && !isBootFile && length != 0)
+        library = byteSum(data, length - 1);
+    if (board == library)
+        return;
+    Char16 text[256];
+    size_t textLength = boundedFormat(text, 256, WIDE("Checksums do not match!\n%04X != %04X"),
+                                      static_cast<unsigned>(board), static_cast<unsigned>(library));
+    upload.fault(text);
+    boundedFormat(text + textLength, 256 - textLength, WIDE("\n"));
+    debugWrite(text);
+    os::setLastError(lastError::checksumMismatch);
+}
+} // namespace
+
+} // namespace xdsp::bootloader
+
+extern "C" XDSP_EXPORT xdsp_bool XDSP_API
+BootLoader_Send(int32_t fileIndex, int16_t type, uint32_t startAddress, uint32_t endAddress,
+                const xdsp_char16 *name, const uint8_t *data, uint32_t length, xdsp_bool showErrors,
+                xdsp_progress_callback callback, uint32_t context) {
+    using namespace xdsp::bootloader;
+    namespace os = xdsp::os;
+    bool isBootFile = fileIndex == bootFile;
+    // Data missing for its length is refused like an index out of range:
+    // nothing is sent.
+    if ((!isBootFile && (fileIndex < 0 || fileIndex >= static_cast<int32_t>(fileCount))) ||
+        (data == nullptr && length != 0)) {
+        os::setLastError(os::error::invalidParameter);
+        return 0;
+    }
+    Upload upload(showErrors != 0, callback, context);
+    os::setLastError(os::error::success);
+    auto index = static_cast<uint32_t>(fileIndex);
+
+    bool allocationChanged = !isBootFile && reallocate(index, startAddress, endAddress);
+    upload.progress(10);
+    if (!isBootFile && !retypeAndRefresh(upload, index, type, allocationChanged))
+        return 0;
+    upload.progress(15);
+
+    xdsp_bool formatted =
+        isBootFile ? XMOSBoot_FormatBootFile(bootFile) : XMOSBoot_FormatFile(index);
+    if (!formatted) {
+        upload.fault(WIDE("Error in Format.\nCancelling Upload."));
+        os::setLastError(lastError::badFormat);
+        return 0;
+    }
+    upload.progress(20);
+
+    // The board's sizes are 32-bit signed; a longer file cannot be sent.
+    if (length > static_cast<uint32_t>(INT32_MAX) ||
+        !XMOSBoot_SendFile(fileIndex, data, static_cast<int32_t>(length), 25, 80, callback,
+                           context)) {
+        upload.fault(WIDE("Error in Sending the File.\nCancelling Upload."));
+        return 0;
+    }
+    upload.progress(85);
+
+    uint32_t closeNumber = isBootFile ? bootFileNumber : index;
+    if (!XMOSBoot_CloseFile(closeNumber)) {
+        upload.fault(WIDE("Error in Closing the File."));
+        os::setLastError(lastError::closeFailed);
+        os::sleepMs(closeFailurePauseMs);
+    }
+    upload.progress(90);
+    os::sleepMs(settlePauseMs);
+
+    if (!isBootFile) {
+        if (!XMOSBoot_SetFileNameDate(index, name, oleDateNow())) {
+            upload.fault(WIDE("Error in Setting Filename."));
+            os::setLastError(lastError::badName);
+        }
+        XMOSBoot_Commit();
+    }
+    upload.progress(95);
+
+    compareChecksums(upload, isBootFile, closeNumber, data, length);
+    upload.progress(100);
+    return 1;
+}

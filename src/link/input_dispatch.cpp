@@ -1,0 +1,96 @@
+#include "link/input_dispatch.h"
+#include "frame/debug.h"
+#include "link/gpio_signal.h"
+#include "link/link_state.h"
+#include "link/report_format.h"
+
+#include <cstring>
+
+namespace xdsp::link {
+
+namespace {
+constexpr size_t productNameOffset = 16; // within the product-name record
+constexpr uint16_t flashReadLimit = 256; // largest length stored
+constexpr uint16_t transferLimit = 485;
+
+void storeProductName(const uint8_t *report) {
+    storeBytes(shared.productNameRecord, report + input::payload, sizeof shared.productNameRecord);
+    char name[sizeof shared.productNameRecord - productNameOffset + 1];
+    std::memcpy(name, report + input::payload + productNameOffset, sizeof name - 1);
+    name[sizeof name - 1] = 0;
+    debugWrite(WIDE("HID: ProductName: "));
+    debugWriteNarrow(name);
+    debugWrite(WIDE("\n"));
+}
+
+// Copies a length-prefixed response; a length past the limit stores nothing.
+void storeCounted(const uint8_t *report, size_t lengthOffset, size_t dataOffset, uint16_t limit,
+                  uint8_t *store, const Char16 *corruptedLine) {
+    uint16_t length = readWord(report, lengthOffset);
+    if (length > limit) {
+        debugFormat(corruptedLine, static_cast<unsigned>(length));
+        return;
+    }
+    storeBytes(store, report + dataOffset, length);
+}
+
+// True when the code filled a store (the response event is then set).
+bool dispatch(const uint8_t *report, uint16_t code) {
+    switch (code) {
+    case response::productName:
+        storeProductName(report);
+        return true;
+    case response::layout:
+        storeBytes(shared.layoutRecord, report + input::payload, sizeof shared.layoutRecord);
+        return true;
+    case response::flashRead:
+        storeCounted(report, 276, 20, flashReadLimit, shared.responseBuffer,
+                     WIDE("HID: Corrupted Data Length (0x%04X)\n"));
+        return true;
+    case response::spiTransfer:
+    case response::spiBatch:
+        storeCounted(report, 24, 28, transferLimit, shared.responseBuffer,
+                     WIDE("HID: Corrupted Data Length (0x%04X)\n"));
+        return true;
+    case response::pellix:
+        storeBytes(shared.pellixRecord, report + input::payload, sizeof shared.pellixRecord);
+        return true;
+    case response::pin:
+        storeBytes(shared.pinRecord, report + input::payload, sizeof shared.pinRecord);
+        return true;
+    case response::calibration:
+        storeBytes(shared.calibrationRecord, report + input::payload,
+                   sizeof shared.calibrationRecord);
+        return true;
+    case response::teds:
+        storeCounted(report, 16, 20, transferLimit, shared.tedsBuffer,
+                     WIDE("TEDS: Corrupted Data Length (0x%04X)\n"));
+        return true;
+    default:
+        return false;
+    }
+}
+} // namespace
+
+void acceptInputReport(PollRun *run, uint8_t *report) {
+    if (readWord(report, input::magic) != reportMagic)
+        return;
+    uint16_t adcSample = readWord(report, input::adcSample);
+    uint16_t gpio = readWord(report, input::gpio);
+    storeGpioWord(gpio);
+    shared.adcValues[adcSample >> 14].store(static_cast<uint16_t>(adcSample & 0x3FFF));
+
+    uint16_t code = readWord(report, input::response);
+    if (readWord(report, input::checksum) != inputChecksum(adcSample, gpio, code))
+        return;
+    uint8_t sequence = report[input::sequence];
+    if (sequence == run->lastSequence)
+        return;
+    run->lastSequence = sequence;
+
+    if ((report[input::status] & status::payload) != 0 && dispatch(report, code))
+        os::eventSet(run->responseEvent);
+    std::memset(report + input::payload, 0, input::payloadEnd - input::payload);
+}
+
+} // namespace xdsp::link

@@ -1,0 +1,48 @@
+#include "link/link_state.h"
+#include "link/report_format.h"
+
+namespace xdsp::link {
+
+SharedState shared;
+std::atomic<PollRun *> currentRun{nullptr};
+std::atomic<uint8_t *> publishedStaging{nullptr};
+
+void releaseRun(PollRun *run) {
+    if (run->references.fetch_sub(1) != 1)
+        return;
+    os::deviceClose(run->device.exchange(nullptr));
+    os::eventClose(run->responseEvent);
+    os::eventClose(run->reportEvent);
+    os::eventClose(run->commandEvent);
+    os::eventClose(run->stopEvent);
+    os::eventClose(run->threadExitEvent);
+    os::lockDelete(run->lock);
+    delete[] run->inputBuffer;
+    delete[] run->stagingReport;
+    delete[] run->writeBuffer;
+    delete run;
+}
+
+void storeBytes(uint8_t *store, const uint8_t *source, size_t count) {
+    for (size_t i = 0; i < count; ++i)
+        std::atomic_ref<uint8_t>(store[i]).store(source[i], std::memory_order_relaxed);
+}
+
+void loadBytes(uint8_t *destination, const uint8_t *store, size_t count) {
+    for (size_t i = 0; i < count; ++i)
+        destination[i] = std::atomic_ref<uint8_t>(const_cast<uint8_t &>(store[i]))
+                             .load(std::memory_order_relaxed);
+}
+
+void sendCommandOn(PollRun *run, uint8_t *staging, uint16_t commandCode) {
+    os::lockEnter(run->lock);
+    os::eventReset(run->responseEvent);
+    os::eventReset(run->reportEvent);
+    os::eventReset(run->commandEvent);
+    buildOutputHeader(staging, commandCode, shared.gpioOutputWord.load(),
+                      shared.sequenceCounter.fetch_add(1));
+    os::lockLeave(run->lock);
+    os::eventSet(run->commandEvent);
+}
+
+} // namespace xdsp::link

@@ -1,0 +1,178 @@
+// The poll thread: writes the current output report and reads the next input
+// report, over and over, and reopens the device when it goes away.
+#include "discovery/open_device.h"
+#include "frame/debug.h"
+#include "link/input_dispatch.h"
+#include "link/link_state.h"
+#include "link/report_format.h"
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+
+namespace xdsp::link {
+
+namespace {
+constexpr uint32_t reopenPauseMs = 1000;
+constexpr uint32_t reopenAttemptsBeforeBox = 31;
+// A write that fails for another reason than a lost device is retried after
+// this pause rather than at once, so that a failing device does not eat a core.
+constexpr uint32_t failedWritePauseMs = 1;
+
+os::Device *const invalidDevice = reinterpret_cast<os::Device *>(~uintptr_t{0});
+
+uint32_t leaveThread(PollRun *run, uint32_t exitCode) {
+    if (run->threadHoldsReference.exchange(false))
+        releaseRun(run);
+    return exitCode;
+}
+
+void unpublishStaging(PollRun *run) {
+    os::lockEnter(run->lock);
+    uint8_t *expected = run->stagingReport;
+    publishedStaging.compare_exchange_strong(expected, nullptr);
+    os::lockLeave(run->lock);
+}
+
+void freeBuffers(PollRun *run) {
+    delete[] run->inputBuffer;
+    run->inputBuffer = nullptr;
+    delete[] run->stagingReport;
+    run->stagingReport = nullptr;
+    delete[] run->writeBuffer;
+    run->writeBuffer = nullptr;
+}
+
+bool allocateBuffers(PollRun *run) {
+    size_t inputSize = std::max<size_t>(run->lengths.input + 2, input::minimumBuffer);
+    // The header reaches offset 12 whatever the device's length, so a short
+    // output report still gets a buffer that holds it.
+    size_t outputSize = std::max<size_t>(run->lengths.output + 2, output::payload + 2);
+    run->inputBuffer = new (std::nothrow) uint8_t[inputSize]();
+    run->stagingReport = new (std::nothrow) uint8_t[outputSize]();
+    run->writeBuffer = new (std::nothrow) uint8_t[outputSize]();
+    return run->inputBuffer != nullptr && run->stagingReport != nullptr &&
+           run->writeBuffer != nullptr;
+}
+
+void reopen(PollRun *run) {
+    debugWrite(WIDE("HID::Reopening HID\n"));
+    os::Device *device = discovery::openDevicePath(run->path);
+    run->device.store(device);
+    if (++run->reopenCount >= reopenAttemptsBeforeBox) {
+        os::messageBox(WIDE("Error on HID"), WIDE("XMOS"), 48);
+        run->reopenCount = 0;
+    }
+}
+
+// Reads one whole input report; false after a failed read.
+bool readWholeReport(PollRun *run, os::Device *device) {
+    size_t wanted = run->lengths.input;
+    size_t received = 0;
+    while (received < wanted) {
+        size_t count = 0;
+        uint32_t error = 0;
+        if (!os::deviceRead(device, run->inputBuffer + received, wanted - received, &count, &error))
+            return false;
+        received += count;
+    }
+    return true;
+}
+
+void runCycles(PollRun *run) {
+    const size_t outputLength = run->lengths.output;
+    for (;;) {
+        if (os::eventIsSet(run->stopEvent) || run->abandoned.load())
+            return;
+        if (os::eventIsSet(run->commandEvent)) {
+            os::lockEnter(run->lock);
+            std::memcpy(run->writeBuffer, run->stagingReport, outputLength);
+            os::eventReset(run->commandEvent);
+            os::lockLeave(run->lock);
+        }
+        os::Device *device = run->device.load();
+        if (device == nullptr || device == invalidDevice) {
+            // Waiting on the stop event lets a close end the pause at once.
+            os::eventWait(run->stopEvent, reopenPauseMs);
+            if (os::eventIsSet(run->stopEvent))
+                return;
+            reopen(run);
+            continue;
+        }
+        run->inputBuffer[0] = 0;
+        uint32_t error = 0;
+        if (!os::deviceWrite(device, run->writeBuffer, outputLength, &error)) {
+            if (run->abandoned.load())
+                return;
+            if (error == os::error::invalidHandle) {
+                os::deviceClose(run->device.exchange(nullptr));
+                reopen(run);
+            } else {
+                os::eventWait(run->stopEvent, failedWritePauseMs);
+            }
+            continue;
+        }
+        if (!readWholeReport(run, device)) {
+            if (run->abandoned.load())
+                return;
+            debugWrite(WIDE("HID::HID Read Error\n"));
+            std::memset(run->inputBuffer, 0, 4);
+            continue;
+        }
+        shared.statusWord.store(run->inputBuffer[input::status]);
+        os::eventSet(run->reportEvent);
+        run->reopenCount = 0;
+        if (run->firstReport) {
+            run->firstReport = false;
+            debugWrite(WIDE("HID: Sending INIT Command.\n"));
+            sendCommandOn(run, run->stagingReport, command::init);
+        }
+        acceptInputReport(run, run->inputBuffer);
+    }
+}
+} // namespace
+
+uint32_t pollThreadMain(void *argument) {
+    auto *run = static_cast<PollRun *>(argument);
+    uint32_t inputLength = 0;
+    uint32_t outputLength = 0;
+    discovery::reportSizes(run->device.load(), &inputLength, &outputLength, nullptr);
+    if (inputLength == 0 || outputLength == 0) {
+        debugWrite(WIDE("HID:: HID Init Error: Cancelling Thread.\n"));
+        os::eventSet(run->threadExitEvent);
+        return leaveThread(run, 1);
+    }
+    run->lengths.input = inputLength;
+    run->lengths.output = outputLength;
+    if (!allocateBuffers(run)) {
+        freeBuffers(run);
+        debugWrite(WIDE("HID:: HID Init Error: Cancelling Thread.\n"));
+        os::eventSet(run->threadExitEvent);
+        return leaveThread(run, 1);
+    }
+    os::lockEnter(run->lock);
+    if (!run->abandoned.load())
+        publishedStaging.store(run->stagingReport);
+    os::lockLeave(run->lock);
+
+    run->lastSequence = 0xFF;
+    sendCommandOn(run, run->stagingReport, command::init);
+    run->firstReport = true;
+    run->reopenCount = 0;
+    debugWrite(WIDE("HID: Starting Poll Loop.\n"));
+
+    runCycles(run);
+
+    if (run->abandoned.load()) {
+        unpublishStaging(run);
+        return leaveThread(run, 1);
+    }
+    debugWrite(WIDE("HID: Cleaning up Poll Thread.\n"));
+    unpublishStaging(run);
+    freeBuffers(run);
+    debugWrite(WIDE("HID: Exiting HID Poll Thread.\n"));
+    os::eventSet(run->threadExitEvent);
+    return leaveThread(run, 0);
+}
+
+} // namespace xdsp::link

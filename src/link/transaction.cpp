@@ -1,0 +1,56 @@
+#include "link/transaction.h"
+#include "link/link_state.h"
+
+namespace xdsp::link {
+
+namespace {
+template <typename Action> bool withRun(Action action) {
+    PollRun *run = currentRun.load();
+    return run != nullptr && run->responseEvent != nullptr && action(run);
+}
+} // namespace
+
+StagingReport enterStaging() {
+    PollRun *run = currentRun.load();
+    if (run == nullptr || run->lock == nullptr)
+        return {nullptr, 0, nullptr};
+    os::lockEnter(run->lock);
+    uint8_t *staging = publishedStaging.load();
+    if (staging == nullptr) {
+        os::lockLeave(run->lock);
+        return {nullptr, 0, nullptr};
+    }
+    return {staging, run->lengths.output, run->lock};
+}
+
+void leaveStaging(const StagingReport &staging) {
+    os::lockLeave(staging.lock);
+}
+
+bool linkRunning() {
+    return publishedStaging.load() != nullptr;
+}
+
+bool waitForReport(uint32_t timeoutMs) {
+    return withRun([&](PollRun *run) { return os::eventWait(run->reportEvent, timeoutMs); });
+}
+
+bool waitForResponse(uint32_t timeoutMs) {
+    return withRun([&](PollRun *run) { return os::eventWait(run->responseEvent, timeoutMs); });
+}
+
+void resetReportEvent() {
+    withRun([](PollRun *run) {
+        os::eventReset(run->reportEvent);
+        return true;
+    });
+}
+
+void resetResponseEvent() {
+    withRun([](PollRun *run) {
+        os::eventReset(run->responseEvent);
+        return true;
+    });
+}
+
+} // namespace xdsp::link

@@ -1,0 +1,145 @@
+// The only door to the platform. Each function is implemented once in posix/ and
+// once in win32/; the build picks one set. Errors cross as Windows error codes.
+#pragma once
+
+#include "xdsp/xdsp.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace xdsp::os {
+
+using Char16 = xdsp_char16;
+
+// Windows error codes that the library reports on every platform.
+namespace error {
+inline constexpr uint32_t success = 0;
+inline constexpr uint32_t fileNotFound = 2;
+inline constexpr uint32_t accessDenied = 5;
+inline constexpr uint32_t invalidHandle = 6;
+inline constexpr uint32_t notEnoughMemory = 8;
+inline constexpr uint32_t sharingViolation = 32;
+inline constexpr uint32_t notSupported = 50;
+inline constexpr uint32_t deviceUnavailable = 55;
+inline constexpr uint32_t invalidParameter = 87;
+inline constexpr uint32_t noMoreItems = 259;
+inline constexpr uint32_t operationAborted = 995;
+inline constexpr uint32_t internalError = 1359;
+} // namespace error
+
+// ---- threads, events, lock, time -------------------------------------------
+
+struct Thread;
+using ThreadEntry = uint32_t (*)(void *argument);
+
+// Starts a thread at once with the default stack; null and *errorOut on failure.
+Thread *threadStart(ThreadEntry entry, void *argument, uint32_t *errorOut);
+// True when the thread has left within the time-out.
+bool threadJoin(Thread *thread, uint32_t timeoutMs);
+// Ends a thread that did not leave: true when it is gone for sure, false when it
+// was left to leave by itself (it then must touch only state it owns).
+bool threadTerminate(Thread *thread);
+// Frees the thread record; the thread must have left or been terminated.
+void threadRelease(Thread *thread);
+
+struct Event; // manual-reset, initially not set
+Event *eventCreate();
+void eventClose(Event *event);
+void eventSet(Event *event);
+void eventReset(Event *event);
+bool eventIsSet(Event *event);
+// True when the event is set within the time-out.
+bool eventWait(Event *event, uint32_t timeoutMs);
+
+struct Lock;
+Lock *lockCreate();
+void lockDelete(Lock *lock);
+void lockEnter(Lock *lock);
+void lockLeave(Lock *lock);
+
+void sleepMs(uint32_t milliseconds);
+uint32_t tickMs(); // wraps every 49.7 days
+
+struct LocalTime {
+    uint16_t year, month, dayOfWeek, day, hour, minute, second, milliseconds;
+};
+LocalTime localTime();
+
+// Calls an application's progress callback so that it works whether the
+// function pops its own arguments or leaves that to the caller (32-bit x86).
+using ProgressCallback = int32_t(XDSP_API *)(int32_t percent, uint32_t context);
+void callProgress(ProgressCallback callback, int32_t percent, uint32_t context);
+
+uint32_t lastError();
+void setLastError(uint32_t code);
+
+// The system's text for an error code into buffer (always terminated, cut to
+// capacity - 1); false when the system has none.
+bool systemErrorText(uint32_t code, Char16 *buffer, size_t capacity);
+
+// ---- sinks ------------------------------------------------------------------
+
+void debugWrite(const Char16 *text);
+void debugWriteNarrow(const char *text);
+// Modal, no owner; returns the button pressed (1 is OK).
+int messageBox(const Char16 *text, const Char16 *caption, uint32_t style);
+
+using DebugSink = void (*)(const Char16 *text, void *context);
+using MessageSink = int (*)(const Char16 *text, const Char16 *caption, uint32_t style,
+                            void *context);
+// Replace the sinks in-process (null restores the platform default).
+void setDebugSink(DebugSink sink, void *context);
+void setMessageSink(MessageSink sink, void *context);
+
+// ---- device I/O ---------------------------------------------------------------
+
+struct Device; // an open HID device or virtual device; the library's device handle
+
+struct ReportLengths {
+    uint32_t input = 0;
+    uint32_t output = 0;
+    uint32_t feature = 0;
+};
+
+// Exclusive open for reading and writing; null and *errorOut on failure.
+Device *deviceOpen(const Char16 *path, uint32_t *errorOut);
+void deviceClose(Device *device);
+// One output report of length bytes, report-ID byte first.
+bool deviceWrite(Device *device, const uint8_t *report, size_t length, uint32_t *errorOut);
+// Up to length bytes of one input report, report-ID byte first.
+bool deviceRead(Device *device, uint8_t *buffer, size_t length, size_t *received,
+                uint32_t *errorOut);
+// Makes a read or write that is blocked, or the next one, fail with 995.
+void deviceCancel(Device *device, Thread *blockedThread);
+bool deviceReportLengths(Device *device, ReportLengths *lengths);
+
+// ---- enumeration ----------------------------------------------------------------
+
+struct HidInterface {
+    Char16 path[XDSP_DEVICE_PATH_CHARS];
+    bool hasIds; // ids known apart from the path (otherwise parse the path)
+    uint16_t vendorId;
+    uint16_t productId;
+    uint16_t interfaceNumber;
+};
+
+// The present HID interface at this index of the system's list, resolved anew.
+bool hidInterfaceAt(uint32_t index, HidInterface *out);
+
+enum class EnumStep { found, end, failed, skip };
+
+// Interface-class walk: interfaces of a class by member index.
+struct ClassSet;
+ClassSet *classSetOpen(const xdsp_guid *interfaceClass); // null class: every class
+void classSetClose(ClassSet *set);
+// Interfaces of the set's class: found (out filled), end (259), failed
+// (*errorOut), skip (detail fetch failed: the walk stops).
+EnumStep classInterfaceAt(ClassSet *set, uint32_t index, HidInterface *out, uint32_t *errorOut);
+// Devices of an all-classes set: found (classOut filled), end, failed.
+EnumStep classDeviceAt(ClassSet *set, uint32_t index, xdsp_guid *classOut, uint32_t *errorOut);
+// Interfaces of one device of an all-classes set: found, end (next device),
+// failed, skip (detail fetch failed: next device).
+EnumStep classDeviceInterfaceAt(ClassSet *set, uint32_t deviceIndex, const xdsp_guid *deviceClass,
+                                uint32_t interfaceIndex, HidInterface *out, uint32_t *errorOut);
+
+} // namespace xdsp::os

@@ -1,0 +1,239 @@
+// The library against the emulated boot loader and its flash file system, in
+// both read-prefix modes: identification through the not-ready filler, the
+// file table after uploads with dates that round-trip, the boot file, and the
+// boot loader's faults as the results show them.
+#include "board.h"
+#include "bootloader/boot_loader.h"
+#include "bootloader/ole_date.h"
+#include "support/commands.h"
+#include "support/emulated_board.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+using namespace xdsp;
+using namespace xdsp::test;
+
+namespace {
+emu::BoardOptions withBootLoader(emu::BootLoaderOptions bootLoader = {}) {
+    emu::BoardOptions options;
+    options.bootLoader = std::move(bootLoader);
+    return options;
+}
+
+// The command codes the boot loader heard, in order.
+std::vector<uint8_t> heardCodes(EmulatedBoard &emulated) {
+    std::vector<uint8_t> codes;
+    emulated.board().inspectBootLoader([&](emu::BootLoader &bootLoader) {
+        for (const emu::SpiExchange &exchange : bootLoader.transfers())
+            if (exchange.written.size() > 4 && exchange.written[0] == 'B')
+                codes.push_back(exchange.written[4]);
+    });
+    return codes;
+}
+
+size_t heard(EmulatedBoard &emulated, uint8_t code) {
+    std::vector<uint8_t> codes = heardCodes(emulated);
+    return static_cast<size_t>(std::count(codes.begin(), codes.end(), code));
+}
+
+void forget(EmulatedBoard &emulated) {
+    emulated.board().inspectBootLoader(
+        [](emu::BootLoader &bootLoader) { bootLoader.clearTransfers(); });
+}
+
+struct Entry {
+    uint16_t type = 0xEEEE;
+    uint32_t start = 0, end = 0, faiBytes = 0;
+    Char16 name[64] = {};
+    double created = -1, modified = -1;
+};
+
+Entry entry(int32_t index) {
+    Entry read;
+    EXPECT_EQ(BootLoader_GetFileDesc(index, &read.type, &read.start, &read.end, &read.faiBytes,
+                                     read.name, 64, &read.created, &read.modified),
+              1);
+    return read;
+}
+
+Bytes sample(size_t length, uint8_t seed) {
+    Bytes data(length);
+    for (size_t i = 0; i < length; ++i)
+        data[i] = static_cast<uint8_t>(i * 29 + seed);
+    return data;
+}
+
+constexpr double oneSecond = 1.0 / 86400;
+
+class EmulatedBootLoader : public ::testing::TestWithParam<bool> {
+  protected:
+    void open(emu::BootLoaderOptions options = {}) {
+        emulated_ = std::make_unique<EmulatedBoard>(withBootLoader(std::move(options)));
+        ASSERT_TRUE(emulated_->openAndSettle(capture));
+        XMOSSPI_SetReadPrefix(GetParam() ? 1 : 0);
+        capture.clear();
+    }
+    EmulatedBoard &emulated() { return *emulated_; }
+
+    Capture capture;
+    std::unique_ptr<EmulatedBoard> emulated_;
+};
+
+std::string modeName(const ::testing::TestParamInfo<bool> &info) {
+    return info.param ? "ReadPrefix" : "NoPrefix";
+}
+} // namespace
+
+TEST_P(EmulatedBootLoader, IdentifiesThroughTheFillerAndReadsItsStatus) {
+    emu::BootLoaderOptions options;
+    options.faults.notReadyCode = 0x0B;
+    options.faults.notReadyReplies = 1;
+    open(options);
+    EXPECT_EQ(Text(XMOSBoot_GetVersionType()), WIDE("2.61"));
+    EXPECT_EQ(heard(emulated(), 0x0B), 2u);
+
+    emulated().board().inspectBootLoader([](emu::BootLoader &bootLoader) {
+        bootLoader.faults().notReadyCode = 0x0A;
+        bootLoader.faults().notReadyReplies = 2;
+    });
+    EXPECT_EQ(XMOSBoot_GetMemorySize(), 2097152u);
+    EXPECT_EQ(heard(emulated(), 0x0A), 3u) << "two filler replies, then the answer";
+
+    ASSERT_EQ(BootLoader_Init(2, 2), 1);
+    EXPECT_EQ(Text(BootLoader_GetVersion()), WIDE("2.61"));
+    EXPECT_EQ(Text(BootLoader_GetProduct()), WIDE("korvalt 21469 + USB"));
+    EXPECT_EQ(Text(BootLoader_GetDSP()), WIDE("21 46 90 01"));
+    EXPECT_EQ(BootLoader_GetMemory(), 2097152u);
+    EXPECT_EQ(Text(XMOSBoot_GetMemoryType()), WIDE("BF 25 41 01"));
+
+    uint32_t status[16];
+    std::fill(std::begin(status), std::end(status), 0xEEEEEEEEu);
+    EXPECT_EQ(XMOS_DSP_STAT(status), 1);
+    EXPECT_EQ(std::count(std::begin(status), std::end(status), 0xEEEEEEEEu), 0);
+}
+
+TEST_P(EmulatedBootLoader, UploadsTwiceAndTheDatesComeBack) {
+    open();
+    Bytes first = sample(700, 3);
+    double before = bootloader::oleDateNow();
+    ASSERT_EQ(BootLoader_Send(4, 2, 0x30000, 0x32000, WIDE("coefficients.dat"), first.data(), 700,
+                              0, nullptr, 0),
+              1);
+    EXPECT_EQ(os::lastError(), 0u);
+    double after = bootloader::oleDateNow();
+
+    ASSERT_EQ(BootLoader_Init(2, 2), 1) << "the table as the board now holds it";
+    Entry uploaded = entry(4);
+    EXPECT_EQ(Text(uploaded.name), WIDE("coefficients.dat"));
+    EXPECT_EQ(uploaded.type, 2);
+    EXPECT_EQ(uploaded.start, 0x30000u);
+    EXPECT_EQ(uploaded.end, 0x32000u);
+    EXPECT_GE(uploaded.modified, before - oneSecond);
+    EXPECT_LE(uploaded.modified, after + oneSecond);
+    EXPECT_NEAR(uploaded.created, uploaded.modified, 1e-9) << "a new file: created now";
+    EXPECT_EQ(entry(3).name[0], 0) << "the neighbours stay empty";
+
+    // The same place and type again: no erase, allocation or type change before
+    // the format; the creation date stays. A wrong checksum shows in the result.
+    forget(emulated());
+    emulated().board().inspectBootLoader(
+        [](emu::BootLoader &bootLoader) { bootLoader.faults().wrongChecksumReplies = 1; });
+    os::sleepMs(1100);
+    Bytes second = sample(333, 9);
+    ASSERT_EQ(BootLoader_Send(4, 2, 0x30000, 0x32000, WIDE("coefficients.dat"), second.data(), 333,
+                              0, nullptr, 0),
+              1);
+    EXPECT_EQ(os::lastError(), 0x8009700Du);
+    std::vector<uint8_t> codes = heardCodes(emulated());
+    ASSERT_FALSE(codes.empty());
+    EXPECT_EQ(codes.front(), 0x30);
+    ASSERT_EQ(BootLoader_Init(2, 2), 1);
+    Entry again = entry(4);
+    EXPECT_NEAR(again.created, uploaded.created, 1e-9);
+    EXPECT_GT(again.modified, uploaded.modified);
+    emulated().board().inspectBootLoader([&](emu::BootLoader &bootLoader) {
+        EXPECT_EQ(bootLoader.fileSystem().entry(4).length, 332u) << "the odd last byte stays home";
+    });
+}
+
+TEST_P(EmulatedBootLoader, BootFileThenRun) {
+    open();
+    Bytes image = sample(1000, 1);
+    ASSERT_EQ(BootLoader_Send(31415, 0, 0, 0, nullptr, image.data(), 1000, 0, nullptr, 0), 1);
+    EXPECT_EQ(os::lastError(), 0u) << "the boot file's sum leaves out its first 256 bytes";
+    std::vector<uint8_t> codes = heardCodes(emulated());
+    EXPECT_EQ(std::count(codes.begin(), codes.end(), 0x2C), 0) << "no name, no date";
+    EXPECT_EQ(std::count(codes.begin(), codes.end(), 0x33), 0) << "no commit";
+    EXPECT_EQ(BootLoader_GetFileChecksum(300),
+              BootLoader_ComputeFileChecksum(image.data() + 256, 744));
+    EXPECT_EQ(BootLoader_Boot(), 1);
+    EXPECT_TRUE(eventually([&] {
+        uint32_t starts = 0;
+        emulated().board().inspectBootLoader(
+            [&](emu::BootLoader &bootLoader) { starts = bootLoader.programStarts(); });
+        return starts == 1;
+    }));
+}
+
+TEST_P(EmulatedBootLoader, FaultsShowInTheResults) {
+    open();
+    // A file with sectors and a type, made without an upload.
+    ASSERT_EQ(XMOSBoot_AllocateFile(0, 0x20000, 0x22000), 1);
+    ASSERT_EQ(XMOSBoot_SetFileType(0, 3), 1);
+    ASSERT_EQ(XMOSBoot_Commit(), 1);
+    ASSERT_EQ(XMOSBoot_BuildFAI(), 1);
+    EXPECT_EQ(entry(0).type, 3);
+
+    // Garbled twice: reported, the entry left empty; the call still succeeds.
+    emulated().board().inspectBootLoader(
+        [](emu::BootLoader &bootLoader) { bootLoader.faults().garbledRecordReplies = 2; });
+    capture.clear();
+    EXPECT_EQ(XMOSBoot_BuildFAI(), 1);
+    EXPECT_EQ(entry(0).type, 0);
+    EXPECT_EQ(entry(0).start, 0x20000u) << "the allocation came with the table";
+    EXPECT_TRUE(
+        hasPieces(capture, {WIDE("Send SPI Command: "), WIDE("BOOT\\x2F\\x01\\x00\\x01\n")}));
+
+    // Garbled once: the second ask reads it.
+    emulated().board().inspectBootLoader(
+        [](emu::BootLoader &bootLoader) { bootLoader.faults().garbledRecordReplies = 1; });
+    capture.clear();
+    EXPECT_EQ(XMOSBoot_BuildFAI(), 1);
+    EXPECT_EQ(entry(0).type, 3);
+    EXPECT_EQ(capture.count(WIDE("Send SPI Command: ")), 0u);
+
+    // A commit not acknowledged: 0 and its dump.
+    emulated().board().inspectBootLoader([](emu::BootLoader &bootLoader) {
+        bootLoader.faults().unacknowledgedCode = 0x33;
+        bootLoader.faults().unacknowledgedReplies = 1;
+    });
+    EXPECT_EQ(XMOSBoot_Commit(), 0);
+    EXPECT_NE(capture.joined().find(WIDE("Command: 0x33 :: Want: 0x33@6  :: ")), Text::npos);
+
+    // A boot loader that hears nothing: the table cannot be read.
+    emulated().board().inspectBootLoader(
+        [](emu::BootLoader &bootLoader) { bootLoader.faults().silent = true; });
+    EXPECT_EQ(XMOSBoot_BuildFAI(), 0);
+    ASSERT_EQ(capture.messageBoxes().size(), 1u);
+    EXPECT_EQ(capture.messageBoxes()[0].text, WIDE("FAI Error"));
+    EXPECT_EQ(entry(0).start, 0u) << "the table is left empty";
+}
+
+INSTANTIATE_TEST_SUITE_P(BothModes, EmulatedBootLoader, ::testing::Bool(), modeName);
+
+TEST(EmulatedBootLoaderAlone, NoMemoryChipStopsTheInit) {
+    emu::BootLoaderOptions options;
+    options.memoryId = {0xBF, 0x25, 0xFF, 0x01};
+    Capture capture;
+    EmulatedBoard emulated(withBootLoader(options));
+    ASSERT_TRUE(emulated.openAndSettle(capture));
+    EXPECT_EQ(BootLoader_Init(2, 2), 0);
+    EXPECT_EQ(BootLoader_GetMemory(), 0u);
+    EXPECT_EQ(Text(BootLoader_GetVersion()), WIDE(""));
+    EXPECT_EQ(heard(emulated, 0x0A), 3u);
+    EXPECT_EQ(heard(emulated, 0x0B), 0u) << "nothing more asked";
+    EXPECT_EQ(heard(emulated, 0x2B), 0u);
+    EXPECT_EQ(capture.count(WIDE("Memory: No Chip!\n")), 1u);
+}

@@ -1,0 +1,172 @@
+// The boot loader's command strings and reply dump, and the front end's pure
+// helpers: checksum, type names, settings, argument refusals.
+#include "bootloader/file_table.h"
+#include "bootloader/framing.h"
+#include "support/capture.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+using namespace xdsp;
+using namespace xdsp::bootloader;
+using namespace xdsp::test;
+
+namespace {
+using Bytes = std::vector<uint8_t>;
+
+Bytes encoded(const Text &text) {
+    uint8_t output[commandBytes + 16];
+    std::fill(std::begin(output), std::end(output), uint8_t{0xEE});
+    size_t count = encodeBootCommand(output, text.c_str());
+    EXPECT_EQ(output[count], 0) << "terminated";
+    EXPECT_EQ(count, encodeBootCommand(nullptr, text.c_str())) << "counting agrees";
+    return Bytes(output, output + count);
+}
+} // namespace
+
+TEST(BootCommandEncoding, EveryEscapeRule) {
+    EXPECT_EQ(encoded(WIDE("BOOT\\x0B\\x00")), (Bytes{0x42, 0x4F, 0x4F, 0x54, 0x0B, 0x00}));
+    // A doubled backslash: the first stands for itself, the second starts \n.
+    EXPECT_EQ(encoded(WIDE("A\\\\nB")), (Bytes{0x41, 0x5C, 0x0A, 0x42}));
+    EXPECT_EQ(encoded(WIDE("\\r\\n")), (Bytes{0x0D, 0x0A}));
+    EXPECT_EQ(encoded(WIDE("A\\")), (Bytes{0x41, 0x5C}));
+    EXPECT_EQ(encoded(WIDE("\\q")), (Bytes{0x5C, 'q'}));
+    EXPECT_EQ(encoded(WIDE("\\xab\\xCD")), (Bytes{0xAB, 0xCD}));
+    EXPECT_EQ(encoded(WIDE("\\xZZ!")), (Bytes{0x00, '!'}));
+    // Digits are read up to the first that is not one; both characters are taken.
+    EXPECT_EQ(encoded(WIDE("\\x4GH")), (Bytes{0x04, 'H'}));
+    // Only the low 8 bits of a character travel.
+    EXPECT_EQ(encoded(Text{Char16(0x0141), Char16(0x20AC)}), (Bytes{0x41, 0xAC}));
+}
+
+TEST(BootCommandEncoding, ShortHexEscapeStopsAtTheTerminator) {
+    // Exactly sized buffers: a read past the terminator shows under ASan.
+    for (const Text &text : {Text(WIDE("\\x")), Text(WIDE("\\x7")), Text(WIDE("\\xF"))}) {
+        std::vector<Char16> exact(text.begin(), text.end());
+        exact.push_back(0);
+        uint8_t output[commandBytes];
+        size_t count = encodeBootCommand(output, exact.data());
+        ASSERT_EQ(count, 1u) << narrow(text);
+        EXPECT_EQ(output[0], text.size() == 2 ? 0x00 : (text[2] == '7' ? 0x07 : 0x0F));
+        EXPECT_EQ(output[1], 0);
+    }
+}
+
+TEST(BootCommandEncoding, OutputStopsAt511BytesCountingDoesNot) {
+    Text text(600, Char16('A'));
+    text += WIDE("\\x01");
+    EXPECT_EQ(encodeBootCommand(nullptr, text.c_str()), 601u);
+    uint8_t output[commandBytes + 8];
+    std::fill(std::begin(output), std::end(output), uint8_t{0xEE});
+    EXPECT_EQ(encodeBootCommand(output, text.c_str()), 511u);
+    EXPECT_EQ(output[510], 'A');
+    EXPECT_EQ(output[511], 0);
+    EXPECT_EQ(output[512], 0xEE) << "nothing past the 512-byte buffer";
+}
+
+TEST(BootReplyDump, ExactLineAndItsLimit) {
+    Capture capture;
+    uint8_t reply[22] = {};
+    reply[6] = 0x12;
+    reply[21] = 0xFF;
+    dumpBootReply(0x32, 0x32, 6, reply, 22);
+    Text expected = WIDE("Command: 0x32 :: Want: 0x32@6  :: ");
+    for (int i = 0; i < 22; ++i)
+        expected += i == 6 ? WIDE("0x12 ") : i == 21 ? WIDE("0xFF ") : WIDE("0x00 ");
+    expected += WIDE("\r\n");
+    ASSERT_EQ(capture.pieces().size(), 1u);
+    EXPECT_EQ(narrow(capture.pieces()[0]), narrow(expected));
+
+    // A 16-bit wanted value prints whole; a long dump is cut at 1023 characters.
+    capture.clear();
+    uint8_t many[300] = {};
+    dumpBootReply(0x2B, 0x2B4B, 6, many, sizeof many);
+    Text line = capture.pieces().at(0);
+    EXPECT_EQ(line.rfind(WIDE("Command: 0x2B :: Want: 0x2B4B@6  :: 0x00 "), 0), 0u);
+    EXPECT_EQ(line.size(), 1023u);
+}
+
+TEST(BootLoaderSettings, ReadPrefixOnlyOneSwitchesOn) {
+    EXPECT_EQ(XMOSSPI_GetReadPrefix(), 1) << "on at load";
+    for (int32_t off : {2, -1, 0}) {
+        XMOSSPI_SetReadPrefix(1);
+        XMOSSPI_SetReadPrefix(off);
+        EXPECT_EQ(XMOSSPI_GetReadPrefix(), 0) << off;
+    }
+    XMOSSPI_SetReadPrefix(1);
+    EXPECT_EQ(XMOSSPI_GetReadPrefix(), 1);
+    EXPECT_EQ(spiSelect(), 2);
+    EXPECT_EQ(busyMask(), 2);
+}
+
+TEST(FrontEndHelpers, ChecksumCases) {
+    EXPECT_EQ(BootLoader_ComputeFileChecksum(reinterpret_cast<const uint8_t *>("abc"), 3), 0x0126);
+    std::vector<uint8_t> ones(65536, 0x01);
+    std::vector<uint8_t> high(256, 0xFF);
+    EXPECT_EQ(BootLoader_ComputeFileChecksum(high.data(), 256), 0xFF00);
+    EXPECT_EQ(BootLoader_ComputeFileChecksum(ones.data(), 65536), 0x0000);
+    EXPECT_EQ(BootLoader_ComputeFileChecksum(ones.data(), 65535), 0xFFFF);
+    EXPECT_EQ(BootLoader_ComputeFileChecksum(ones.data(), 0), 0);
+    EXPECT_EQ(BootLoader_ComputeFileChecksum(nullptr, 10), 0);
+}
+
+TEST(FrontEndHelpers, TypeNamesAndFileDescriptors) {
+    EXPECT_EQ(Text(BootLoader_GetTypeName(0)), WIDE("Data"));
+    EXPECT_EQ(Text(BootLoader_GetTypeName(1)), WIDE("Boot"));
+    EXPECT_EQ(Text(BootLoader_GetTypeName(2)), WIDE("FPGA"));
+    EXPECT_EQ(Text(BootLoader_GetTypeName(3)), WIDE("Link"));
+    ASSERT_NE(BootLoader_GetTypeName(4), nullptr);
+    EXPECT_EQ(Text(BootLoader_GetTypeName(4)), WIDE(""));
+    EXPECT_EQ(Text(BootLoader_GetTypeName(-1)), WIDE(""));
+    EXPECT_EQ(BootLoader_MaxFiles(), 15u);
+
+    FileDescriptor &entry = fileTable[14];
+    entry = FileDescriptor{2, 7, 16, 48, 9, 3, {}, 45352.5, 45000.25};
+    const Text name = WIDE("firmware.ldr");
+    std::copy(name.begin(), name.end(), entry.name);
+    uint16_t type = 0xEEEE;
+    uint32_t start = 1, end = 1, fai = 1;
+    double created = 1.0, modified = 1.0;
+    Char16 buffer[8];
+    std::fill(std::begin(buffer), std::end(buffer), Char16('#'));
+    ASSERT_EQ(BootLoader_GetFileDesc(14, &type, &start, &end, &fai, buffer, 4, &created, &modified),
+              1);
+    EXPECT_EQ(Text(buffer), WIDE("fir"));
+    EXPECT_EQ(buffer[4], Char16('#')) << "nothing past the capacity";
+    EXPECT_EQ(type, 2);
+    EXPECT_EQ(start, 16u * 4096);
+    EXPECT_EQ(end, 48u * 4096);
+    EXPECT_EQ(fai, 3u * 4096);
+    EXPECT_EQ(created, 45000.25);
+    EXPECT_EQ(modified, 45352.5);
+
+    // Out of range, or an output missing: nothing written.
+    type = 0xEEEE;
+    EXPECT_EQ(BootLoader_GetFileDesc(15, &type, &start, &end, &fai, buffer, 8, &created, &modified),
+              0);
+    EXPECT_EQ(BootLoader_GetFileDesc(-1, &type, &start, &end, &fai, buffer, 8, &created, &modified),
+              0);
+    EXPECT_EQ(
+        BootLoader_GetFileDesc(14, &type, nullptr, &end, &fai, buffer, 8, &created, &modified), 0);
+    EXPECT_EQ(os::lastError(), 87u);
+    EXPECT_EQ(type, 0xEEEE);
+    EXPECT_EQ(Text(buffer), WIDE("fir"));
+    // Capacity 0 leaves the name alone, even a null one.
+    EXPECT_EQ(
+        BootLoader_GetFileDesc(14, &type, &start, &end, &fai, nullptr, 0, &created, &modified), 1);
+}
+
+TEST(FrontEndHelpers, IndexesOutOfRangeAreRefused) {
+    uint8_t data[4] = {1, 2, 3, 4};
+    for (int32_t index : {15, -1, 31414, 300}) {
+        os::setLastError(0);
+        EXPECT_EQ(BootLoader_Send(index, 0, 0, 4096, WIDE("x"), data, 4, 0, nullptr, 0), 0);
+        EXPECT_EQ(os::lastError(), 87u) << index;
+    }
+    EXPECT_EQ(BootLoader_Send(0, 0, 0, 4096, WIDE("x"), nullptr, 4, 0, nullptr, 0), 0);
+    EXPECT_EQ(os::lastError(), 87u);
+    EXPECT_EQ(BootLoader_GetFileChecksum(15), 0xFFFF);
+    EXPECT_EQ(BootLoader_GetFileChecksum(-1), 0xFFFF);
+    EXPECT_EQ(XMOSBoot_SendFile(0, nullptr, 10, 25, 80, nullptr, 0), 0);
+}

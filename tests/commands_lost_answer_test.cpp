@@ -1,0 +1,58 @@
+// Commands whose answer never reaches the caller: the board's answer carries
+// the previous sequence byte, so the poll thread takes it for a repeat. Each
+// call fails after the full 10 s response time-out; every case runs alone.
+#include "support/commands.h"
+#include "support/emulated_board.h"
+
+#include <gtest/gtest.h>
+
+using namespace xdsp;
+using namespace xdsp::test;
+
+class CommandsLostAnswer : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        ASSERT_TRUE(emulated.openAndSettle(capture));
+        emulated.board().repeatSequence(1);
+        capture.clear();
+        start = os::tickMs();
+    }
+    void expectFailure(const std::vector<Text> &lines) {
+        EXPECT_GE(elapsedMs(start), 10000u);
+        EXPECT_EQ(os::lastError(), 1359u);
+        EXPECT_EQ(capture.pieces(), lines);
+    }
+    Capture capture;
+    EmulatedBoard emulated;
+    uint32_t start = 0;
+    GuardedBuffer read{40};
+};
+
+TEST_F(CommandsLostAnswer, SpiTransferGivesZeros) {
+    const uint8_t rd[] = {0x52, 0x44};
+    EXPECT_EQ(WriteSPIEx(2, 2, 0, 3, 50, rd, 2, read.data(), 16), 0);
+    expectFailure(
+        {WIDE("Writing to SPI...\n"), WIDE("Invalid SPI Response.\n"), WIDE("SPI Complete.\n")});
+    Bytes expected(40, 0xEE);
+    std::fill_n(expected.begin(), 16, 0);
+    EXPECT_EQ(read.contents(), expected) << "the cleared response buffer";
+}
+
+TEST_F(CommandsLostAnswer, TedsReadBackGivesZeros) {
+    EXPECT_EQ(WriteTEDS(0, nullptr, 0, read.data(), 8), 0);
+    expectFailure(
+        {WIDE("Writing to TEDS...\n"), WIDE("Invalid TEDS Response.\n"), WIDE("TEDS Complete.\n")});
+    EXPECT_EQ(slice(read.contents(), 0, 9), (Bytes{0, 0, 0, 0, 0, 0, 0, 0, 0xEE}));
+}
+
+TEST_F(CommandsLostAnswer, GetPinGivesZero) {
+    EXPECT_EQ(GetPIN(), 0);
+    expectFailure({WIDE("Invalid SPI Response.\n"), WIDE("SPI Complete.\n")});
+}
+
+TEST_F(CommandsLostAnswer, ReadCalibrateGivesZeroAndLeavesTheBuffer) {
+    EXPECT_EQ(ReadCalibrate(read.data()), 0);
+    expectFailure({WIDE("Invalid SPI Response.\n"), WIDE("SPI Complete.\n")});
+    EXPECT_EQ(read.contents(), Bytes(40, 0xEE));
+    EXPECT_TRUE(read.guardsIntact());
+}

@@ -1,0 +1,137 @@
+#include "discovery/enumerate.h"
+#include "support/capture.h"
+
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <string>
+#ifndef _WIN32
+#include "os/posix/sysfs.h"
+
+#include <unistd.h>
+#endif
+
+using xdsp::Char16;
+using xdsp::test::Text;
+namespace fs = std::filesystem;
+
+TEST(ParseDeviceName, ReadsIdsAndFindsTheInstance) {
+    uint16_t vendor = 9, product = 9, interface = 9;
+    const Char16 *plain = WIDE(
+        "\\\\?\\hid#vid_1234&pid_0101#7&1f0e3a2&0&0000#{4d1e55b2-f16f-11cf-88cb-001111000030}");
+    const Char16 *instance = ParseDeviceName(plain, &vendor, &product, &interface);
+    EXPECT_EQ(vendor, 0x1234);
+    EXPECT_EQ(product, 0x0101);
+    EXPECT_EQ(interface, 0);
+    ASSERT_NE(instance, nullptr);
+    EXPECT_EQ(Text(instance).substr(0, 10), Text(WIDE("7&1f0e3a2&")));
+
+    const Char16 *withInterface =
+        WIDE("\\\\?\\hid#vid_20b1&pid_0101&mi_02#8&2a5d1c3f&0&0000#{guid}");
+    instance = ParseDeviceName(withInterface, &vendor, &product, &interface);
+    EXPECT_EQ(interface, 2);
+    ASSERT_NE(instance, nullptr);
+    EXPECT_EQ(*instance, WIDE('8'));
+
+    EXPECT_EQ(ParseDeviceName(WIDE("vid_20b1&mi_01"), &vendor, &product, &interface), nullptr);
+    EXPECT_EQ(vendor, 0x20B1);
+    EXPECT_EQ(interface, 1) << "the interface is stored even when no '#' follows";
+
+    EXPECT_EQ(ParseDeviceName(WIDE("usb#vid_abcd"), &vendor, &product, &interface), nullptr);
+    EXPECT_EQ(vendor, 0xABCD) << "the vendor id is kept without a product field";
+
+    EXPECT_EQ(ParseDeviceName(WIDE("hid#VID_1234&PID_0101#7&1#{g}"), &vendor, &product, &interface),
+              nullptr);
+    EXPECT_EQ(vendor, 0);
+    EXPECT_EQ(product, 0) << "upper-case markers are not ids";
+
+    ParseDeviceName(WIDE("vid_123456789&pid_zz#x"), &vendor, &product, &interface);
+    EXPECT_EQ(vendor, 0x6789) << "the low 16 bits of a long number";
+    EXPECT_EQ(product, 0);
+}
+
+#ifndef _WIN32 // enumeration through a sysfs tree of the test's own making
+namespace {
+// A sysfs tree as the kernel lays it out: class/hidraw/hidrawN/device is a link
+// to the HID device directory inside its USB interface directory.
+class SysfsTree {
+  public:
+    SysfsTree() {
+        char pattern[] = "/tmp/xdsp-sysfs-XXXXXX";
+        root_ = mkdtemp(pattern);
+        fs::create_directories(root_ / "class/hidraw");
+    }
+    ~SysfsTree() { fs::remove_all(root_); }
+    void add(unsigned node, uint16_t vendor, uint16_t product, unsigned interface) {
+        char name[64];
+        std::snprintf(name, sizeof name, "devices/usb1/1-%u/1-%u:1.%u", node, node, interface);
+        fs::path usbInterface = root_ / name;
+        std::snprintf(name, sizeof name, "0003:%04X:%04X.%04X", vendor, product, node);
+        fs::path hidDevice = usbInterface / name;
+        fs::create_directories(hidDevice);
+        std::ofstream(usbInterface / "bInterfaceNumber") << std::hex << interface << "\n";
+        char uevent[128];
+        std::snprintf(uevent, sizeof uevent, "DRIVER=hid-generic\nHID_ID=0003:%08X:%08X\n", vendor,
+                      product);
+        std::ofstream(hidDevice / "uevent") << uevent;
+        fs::path node_dir = root_ / ("class/hidraw/hidraw" + std::to_string(node));
+        fs::create_directories(node_dir);
+        fs::create_directory_symlink(hidDevice, node_dir / "device");
+    }
+    std::string root() const { return root_.string(); }
+
+  private:
+    fs::path root_;
+};
+
+std::string treeRoot;
+bool lookupInTree(uint32_t index, xdsp::os::HidInterface *out) {
+    return xdsp::os::hidInterfaceAtRoot(treeRoot.c_str(), index, out);
+}
+} // namespace
+
+TEST(Enumeration, CountsMatchesAndWritesRecordsInNodeOrder) {
+    SysfsTree tree;
+    treeRoot = tree.root();
+    tree.add(10, 0x20B1, 0x0101, 0); // numeric order puts hidraw10 after hidraw2
+    tree.add(0, 0x046D, 0xC077, 0);
+    tree.add(2, 0x20B1, 0x0008, 3);
+    tree.add(1, 0xFFFF, 0x0101, 0);
+
+    xdsp::os::setLastError(99);
+    EXPECT_EQ(xdsp::discovery::enumerateDevices(lookupInTree, 0x20B1, 0xFFFF, nullptr, 0), 2u);
+    EXPECT_EQ(xdsp::os::lastError(), 0u);
+
+    xdsp_device_record records[2];
+    std::memset(records, 0x77, sizeof records);
+    EXPECT_EQ(xdsp::discovery::enumerateDevices(lookupInTree, 0x20B1, 0xFFFF, records, 1), 2u);
+    EXPECT_EQ(records[0].matchNumber, 0u);
+    EXPECT_EQ(records[0].hidIndex, 2u);
+    EXPECT_EQ(Text(records[0].devicePath), Text(WIDE("/dev/hidraw2")));
+    EXPECT_EQ(records[1].matchNumber, 0x77777777u) << "only recordCount records are written";
+
+    EXPECT_EQ(xdsp::discovery::enumerateDevices(lookupInTree, 0x20B1, 0x0101, records, 2), 1u);
+    EXPECT_EQ(records[0].hidIndex, 3u);
+    EXPECT_EQ(Text(records[0].devicePath), Text(WIDE("/dev/hidraw10")));
+
+    EXPECT_EQ(xdsp::discovery::enumerateDevices(lookupInTree, 0xFFFF, 0x0101, records, 2), 1u)
+        << "vendor 0xFFFF is no wildcard: it matches only itself";
+}
+
+TEST(Enumeration, ExaminesAtMostSixtyFourInterfaces) {
+    SysfsTree tree;
+    treeRoot = tree.root();
+    for (unsigned node = 0; node < 66; ++node)
+        tree.add(node, node < 63 ? 0x1111 : 0x20B1, 0x0101, 0);
+    // Positions 63, 64 and 65 carry the board; only 63 is within reach.
+    EXPECT_EQ(xdsp::discovery::enumerateDevices(lookupInTree, 0x20B1, 0x0101, nullptr, 0), 1u);
+
+    SysfsTree empty;
+    treeRoot = empty.root();
+    xdsp::os::setLastError(99);
+    EXPECT_EQ(xdsp::discovery::enumerateDevices(lookupInTree, 0x20B1, 0xFFFF, nullptr, 0), 0u);
+    EXPECT_EQ(xdsp::os::lastError(), 0u);
+}
+#endif

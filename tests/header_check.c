@@ -1,0 +1,5 @@
+/* Compiles the public header as C. */
+#include "xdsp/xdsp.h"
+
+_Static_assert(sizeof(xdsp_device_record) == 528, "device record layout");
+_Static_assert(sizeof(xdsp_dll_version_info2) == 32, "version record layout");

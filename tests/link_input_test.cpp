@@ -1,0 +1,206 @@
+#include "link/input_dispatch.h"
+#include "link/link_state.h"
+#include "link/report_format.h"
+#include "support/capture.h"
+
+#include <cstring>
+#include <gtest/gtest.h>
+#include <vector>
+
+using namespace xdsp;
+using namespace xdsp::link;
+using xdsp::test::Capture;
+using xdsp::test::Text;
+
+namespace {
+// A poll thread's run as acceptance sees it, without a device.
+class AcceptanceRun {
+  public:
+    AcceptanceRun() {
+        run_.responseEvent = os::eventCreate();
+        run_.lastSequence = 0xFF;
+    }
+    ~AcceptanceRun() { os::eventClose(run_.responseEvent); }
+    // Accepts the report; true when it set the response event.
+    bool accept(std::vector<uint8_t> &report) {
+        os::eventReset(run_.responseEvent);
+        acceptInputReport(&run_, report.data());
+        return os::eventIsSet(run_.responseEvent);
+    }
+    uint8_t lastSequence() const { return run_.lastSequence; }
+
+  private:
+    PollRun run_;
+};
+
+std::vector<uint8_t> inputReport(uint16_t code, uint8_t sequence, uint8_t status = 0x04,
+                                 uint16_t adc = 0x4123, uint16_t gpio = 0x0400) {
+    std::vector<uint8_t> report(input::minimumBuffer, 0);
+    writeWord(report.data(), input::magic, reportMagic);
+    report[input::sequence] = sequence;
+    report[input::status] = status;
+    writeWord(report.data(), input::adcSample, adc);
+    writeWord(report.data(), input::gpio, gpio);
+    writeWord(report.data(), input::response, code);
+    writeWord(report.data(), input::checksum, inputChecksum(adc, gpio, code));
+    return report;
+}
+
+std::vector<uint8_t> storedResponse(size_t count) {
+    std::vector<uint8_t> bytes(count);
+    loadBytes(bytes.data(), shared.responseBuffer, count);
+    return bytes;
+}
+} // namespace
+
+TEST(ReportFormat, ChecksumsOfTheDocumentedExamples) {
+    uint8_t report[32] = {};
+    buildOutputHeader(report, command::init, 0, 0x1FE);
+    EXPECT_EQ(readWord(report, output::checksum), 0xCBAD);
+    EXPECT_EQ(report[output::sequence], 0xFE);
+    EXPECT_EQ(report[output::sequenceHigh], 0);
+    EXPECT_EQ(report[0], 0) << "the report ID is never written";
+    buildOutputHeader(report, command::applyGpio, 0, 0);
+    EXPECT_EQ(readWord(report, output::checksum), 0xBBAE);
+    EXPECT_EQ(inputChecksum(0x4123, 0x0400, 0xF030), 0x865A);
+}
+
+TEST(InputAcceptance, MagicChecksumAndSequenceGateTheDispatch) {
+    Capture capture;
+    AcceptanceRun run;
+    shared.gpioWord.store(0);
+    shared.adcValues[1].store(0);
+
+    auto badMagic = inputReport(0xF030, 0x10);
+    badMagic[input::magic] = 0x00;
+    EXPECT_FALSE(run.accept(badMagic));
+    EXPECT_EQ(shared.gpioWord.load(), 0) << "a wrong magic stores nothing";
+    EXPECT_EQ(badMagic[input::payload + 20], 0);
+
+    auto badChecksum = inputReport(0xF030, 0x10);
+    writeWord(badChecksum.data(), 24, 3);
+    badChecksum[28] = 0xAA;
+    badChecksum[input::checksum] ^= 1;
+    EXPECT_FALSE(run.accept(badChecksum));
+    EXPECT_EQ(shared.gpioWord.load(), 0x0400) << "GPIO and ADC come before the checksum";
+    EXPECT_EQ(shared.adcValues[1].load(), 0x0123);
+    EXPECT_EQ(run.lastSequence(), 0xFF);
+    EXPECT_EQ(badChecksum[28], 0xAA) << "a report that stopped early keeps its payload";
+
+    auto good = inputReport(0xF030, 0x10);
+    writeWord(good.data(), 24, 3);
+    good[28] = 1;
+    good[29] = 2;
+    good[30] = 3;
+    EXPECT_TRUE(run.accept(good));
+    EXPECT_EQ(storedResponse(3), (std::vector<uint8_t>{1, 2, 3}));
+    EXPECT_EQ(run.lastSequence(), 0x10);
+    for (size_t offset = input::payload; offset < input::payloadEnd; ++offset)
+        ASSERT_EQ(good[offset], 0) << "payload cleared at " << offset;
+
+    auto repeat = inputReport(0xF030, 0x10);
+    writeWord(repeat.data(), 24, 1);
+    repeat[28] = 9;
+    EXPECT_FALSE(run.accept(repeat));
+    EXPECT_EQ(storedResponse(1)[0], 1) << "the same sequence byte is not dispatched twice";
+}
+
+TEST(InputAcceptance, FirstReportAfterStartIsNewUnlessItCarriesFF) {
+    Capture capture;
+    {
+        AcceptanceRun run;
+        auto report = inputReport(0xF030, 0xFF);
+        EXPECT_FALSE(run.accept(report));
+    }
+    AcceptanceRun run;
+    auto report = inputReport(0xF030, 0x00);
+    EXPECT_TRUE(run.accept(report));
+}
+
+TEST(InputAcceptance, PayloadBitClearStoresNothingButClearsThePayload) {
+    Capture capture;
+    AcceptanceRun run;
+    auto report = inputReport(0xF000, 0x21, 0x00);
+    report[input::payload] = 7;
+    EXPECT_FALSE(run.accept(report));
+    EXPECT_EQ(report[input::payload], 0);
+    EXPECT_EQ(capture.count(WIDE("HID: ProductName: ")), 0u);
+}
+
+TEST(ResponseDispatch, LengthLimitsAndCorruptedLengthLines) {
+    Capture capture;
+    AcceptanceRun run;
+    uint8_t sequence = 0;
+
+    auto flash = inputReport(0xF020, sequence++);
+    writeWord(flash.data(), 276, 256);
+    std::memset(flash.data() + 20, 0x5A, 256);
+    EXPECT_TRUE(run.accept(flash));
+    EXPECT_EQ(storedResponse(256), std::vector<uint8_t>(256, 0x5A));
+
+    auto flashTooLong = inputReport(0xF020, sequence++);
+    writeWord(flashTooLong.data(), 276, 257);
+    std::memset(flashTooLong.data() + 20, 0x11, 256);
+    EXPECT_TRUE(run.accept(flashTooLong)) << "the waiting caller still wakes";
+    EXPECT_EQ(storedResponse(256), std::vector<uint8_t>(256, 0x5A));
+    EXPECT_EQ(capture.count(WIDE("HID: Corrupted Data Length (0x0101)\n")), 1u);
+
+    for (uint16_t code : {uint16_t{0xF030}, uint16_t{0xF031}}) {
+        auto longest = inputReport(code, sequence++);
+        writeWord(longest.data(), 24, 485);
+        std::memset(longest.data() + 28, code & 0xFF, 485);
+        EXPECT_TRUE(run.accept(longest));
+        EXPECT_EQ(storedResponse(485),
+                  std::vector<uint8_t>(485, static_cast<uint8_t>(code & 0xFF)));
+    }
+    auto transferTooLong = inputReport(0xF030, sequence++);
+    writeWord(transferTooLong.data(), 24, 486);
+    EXPECT_TRUE(run.accept(transferTooLong));
+    EXPECT_EQ(capture.count(WIDE("HID: Corrupted Data Length (0x01E6)\n")), 1u);
+
+    auto teds = inputReport(0xF330, sequence++);
+    writeWord(teds.data(), 16, 485);
+    std::memset(teds.data() + 20, 0x77, 485);
+    EXPECT_TRUE(run.accept(teds));
+    std::vector<uint8_t> tedsStored(485);
+    loadBytes(tedsStored.data(), shared.tedsBuffer, 485);
+    EXPECT_EQ(tedsStored, std::vector<uint8_t>(485, 0x77));
+    auto tedsTooLong = inputReport(0xF330, sequence++);
+    writeWord(tedsTooLong.data(), 16, 486);
+    EXPECT_TRUE(run.accept(tedsTooLong));
+    EXPECT_EQ(capture.count(WIDE("TEDS: Corrupted Data Length (0x01E6)\n")), 1u);
+}
+
+TEST(ResponseDispatch, FixedSizeRecordsAndTheProductNameLine) {
+    Capture capture;
+    AcceptanceRun run;
+    uint8_t sequence = 0x40;
+    struct Case {
+        uint16_t code;
+        uint8_t *store;
+        size_t size;
+    };
+    const Case cases[] = {{0xF000, shared.productNameRecord, 188},
+                          {0xF001, shared.layoutRecord, 212},
+                          {0xF100, shared.pellixRecord, 8},
+                          {0xF201, shared.pinRecord, 500},
+                          {0xF225, shared.calibrationRecord, 40}};
+    for (const Case &each : cases) {
+        auto report = inputReport(each.code, sequence++);
+        for (size_t i = 0; i < 500; ++i)
+            report[input::payload + i] = static_cast<uint8_t>(i + 1);
+        std::memcpy(report.data() + input::payload + 16, "Board X\0", 8);
+        std::vector<uint8_t> expected(report.begin() + input::payload,
+                                      report.begin() + input::payload +
+                                          static_cast<std::ptrdiff_t>(each.size));
+        EXPECT_TRUE(run.accept(report)) << std::hex << each.code;
+        std::vector<uint8_t> stored(each.size);
+        loadBytes(stored.data(), each.store, each.size);
+        EXPECT_EQ(stored, expected) << std::hex << each.code;
+    }
+    std::vector<Text> expectedLine = {WIDE("HID: ProductName: "), WIDE("Board X"), WIDE("\n")};
+    EXPECT_EQ(capture.pieces(), expectedLine);
+
+    auto unknown = inputReport(0xF0AA, sequence++);
+    EXPECT_FALSE(run.accept(unknown)) << "an unknown code sets no event";
+}

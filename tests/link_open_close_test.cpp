@@ -1,0 +1,148 @@
+#include "link/transaction.h"
+#include "support/emulated_board.h"
+
+#include <gtest/gtest.h>
+#ifndef _WIN32
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+#endif
+
+using namespace xdsp;
+using namespace xdsp::test;
+
+TEST(OpenClose, CloseWithNothingOpenAndFailedOpens) {
+    Capture capture;
+    os::setLastError(0);
+    EXPECT_EQ(DestroyHIDUSBPacket(), 0);
+    EXPECT_EQ(os::lastError(), 55u);
+    EXPECT_TRUE(capture.pieces().empty());
+
+    EXPECT_EQ(InitializeHIDUSBPacketPath(absentDevicePath().c_str()), 0);
+    EXPECT_EQ(os::lastError(), 2u);
+    EXPECT_EQ(IsOnline(), 0);
+    Char16 notFound[256];
+    ASSERT_TRUE(os::systemErrorText(2, notFound, 256));
+    std::vector<Text> expected = {WIDE("Opening HID.\n"), WIDE("HID: CreateFile Error: "), notFound,
+                                  WIDE("\n")};
+    EXPECT_EQ(capture.pieces(), expected);
+    EXPECT_EQ(DestroyHIDUSBPacket(), 0) << "a failed open leaves nothing to close";
+    EXPECT_EQ(os::lastError(), 55u);
+}
+
+TEST(OpenClose, OpensReportsLengthsAndRefusesASecondHandle) {
+    Capture capture;
+    EmulatedBoard emulated;
+    xdsp_handle device = OpenUSBHIDDevicePath(emulated.path().c_str());
+    ASSERT_NE(device, nullptr);
+    EXPECT_EQ(os::lastError(), 0u);
+    uint32_t input = 1, output = 1, feature = 1;
+    EXPECT_EQ(GetHIDUSBSizes(device, &input, &output, &feature), 1);
+    EXPECT_EQ(input, 512u);
+    EXPECT_EQ(output, 512u);
+    EXPECT_EQ(feature, 0u);
+    EXPECT_EQ(GetHIDUSBSizes(device, nullptr, nullptr, nullptr), 1);
+
+    EXPECT_EQ(OpenUSBHIDDevicePath(emulated.path().c_str()), nullptr);
+    EXPECT_EQ(os::lastError(), 32u) << "the device is held exclusively";
+    EXPECT_EQ(InitializeHIDUSBPacketPath(emulated.path().c_str()), 0);
+    EXPECT_EQ(os::lastError(), 32u);
+    EXPECT_EQ(IsOnline(), 0);
+    os::deviceClose(static_cast<os::Device *>(device));
+
+    input = 7;
+    EXPECT_EQ(GetHIDUSBSizes(nullptr, &input, nullptr, nullptr), 0);
+    EXPECT_EQ(input, 0u);
+}
+
+TEST(OpenClose, OpenRunsThePollThreadAndCloseStopsIt) {
+    Capture capture;
+    EmulatedBoard emulated;
+    ASSERT_TRUE(emulated.openAndSettle(capture));
+    EXPECT_EQ(os::lastError(), 0u);
+    EXPECT_EQ(IsOnline(), 1);
+    EXPECT_TRUE(link::linkRunning());
+
+    os::setLastError(77);
+    EXPECT_EQ(IsOnline(), 1);
+    EXPECT_EQ(os::lastError(), 77u) << "IsOnline leaves the last-error alone";
+
+    capture.clear();
+    EXPECT_EQ(DestroyHIDUSBPacket(), 1);
+    EXPECT_EQ(os::lastError(), 0u);
+    EXPECT_EQ(IsOnline(), 0);
+    EXPECT_FALSE(link::linkRunning());
+    std::vector<Text> expected = {WIDE("Closing HID.\n"), WIDE("HID: Cleaning up Poll Thread.\n"),
+                                  WIDE("HID: Exiting HID Poll Thread.\n")};
+    EXPECT_EQ(capture.pieces(), expected);
+    EXPECT_TRUE(eventually([&] { return !emulated.server().hostConnected(); }));
+
+    uint32_t reports = emulated.board().outputReportCount();
+    SendCommand(0xFFFF);
+    os::sleepMs(20);
+    EXPECT_EQ(emulated.board().outputReportCount(), reports) << "nothing is sent after a close";
+}
+
+TEST(OpenClose, OpeningAgainClosesTheOldLinkFirst) {
+    Capture capture;
+    EmulatedBoard first;
+    EmulatedBoard second;
+    ASSERT_TRUE(first.openAndSettle(capture));
+    capture.clear();
+    ASSERT_EQ(InitializeHIDUSBPacketPath(second.path().c_str()), 1);
+    std::vector<Text> pieces = capture.pieces();
+    ASSERT_GE(pieces.size(), 4u);
+    EXPECT_EQ(pieces[0], Text(WIDE("Closing HID.\n")));
+    EXPECT_EQ(pieces[1], Text(WIDE("HID: Cleaning up Poll Thread.\n")));
+    EXPECT_EQ(pieces[2], Text(WIDE("HID: Exiting HID Poll Thread.\n")));
+    EXPECT_EQ(pieces[3], Text(WIDE("Opening HID.\n")));
+    EXPECT_TRUE(eventually([&] { return !first.server().hostConnected(); }));
+    EXPECT_TRUE(eventually([&] { return second.server().hostConnected(); }));
+}
+
+TEST(OpenClose, ReopensAtOnceAfterAClose) {
+    Capture capture;
+    EmulatedBoard emulated;
+    for (int round = 0; round < 20; ++round) {
+        ASSERT_EQ(InitializeHIDUSBPacketPath(emulated.path().c_str()), 1)
+            << "round " << round << ", last-error " << os::lastError();
+        ASSERT_EQ(DestroyHIDUSBPacket(), 1);
+    }
+    EXPECT_EQ(emulated.server().refusedConnections(), 0u);
+}
+
+TEST(OpenClose, ZeroReportLengthGivesUpTheThreadButStaysOnline) {
+    for (bool zeroInput : {true, false}) {
+        Capture capture;
+        emu::BoardOptions options;
+        (zeroInput ? options.inputReportLength : options.outputReportLength) = 0;
+        EmulatedBoard emulated(options);
+        ASSERT_EQ(InitializeHIDUSBPacketPath(emulated.path().c_str()), 1);
+        EXPECT_TRUE(capture.waitFor(WIDE("HID:: HID Init Error: Cancelling Thread.\n"), 2000));
+        EXPECT_EQ(IsOnline(), 1);
+        EXPECT_FALSE(link::linkRunning());
+        SendCommand(0xF000);
+        EXPECT_EQ(emulated.board().outputReportCount(), 0u);
+        EXPECT_EQ(DestroyHIDUSBPacket(), 1);
+        EXPECT_EQ(capture.count(WIDE("Forcably terminating HID thread.\n")), 0u);
+    }
+}
+
+#ifndef _WIN32 // the Windows counterpart is in virtual_device_pipe_test.cpp
+TEST(OpenClose, VirtualDeviceThatSendsNoDescriptorFailsWithInternalError) {
+    std::string path = "/tmp/xdsp-silent-" + std::to_string(getpid()) + ".sock";
+    int listener = socket(AF_UNIX, SOCK_SEQPACKET, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::snprintf(address.sun_path, sizeof address.sun_path, "%s", path.c_str());
+    ASSERT_EQ(bind(listener, reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
+    ASSERT_EQ(listen(listener, 1), 0);
+
+    Capture capture;
+    Text widePath(path.begin(), path.end());
+    EXPECT_EQ(OpenUSBHIDDevicePath(widePath.c_str()), nullptr);
+    EXPECT_EQ(os::lastError(), 1359u);
+    close(listener);
+    unlink(path.c_str());
+}
+#endif

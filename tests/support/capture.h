@@ -1,0 +1,48 @@
+// Captures the library's debug output and message boxes for assertions.
+#pragma once
+
+#include "frame/text.h"
+#include "os/os.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace xdsp::test {
+
+using Text = std::basic_string<Char16>;
+
+struct MessageBoxCall {
+    Text text;
+    Text caption;
+    uint32_t style;
+};
+
+class Capture {
+  public:
+    Capture();
+    ~Capture();
+    Capture(const Capture &) = delete;
+    Capture &operator=(const Capture &) = delete;
+
+    std::vector<Text> pieces() const;
+    Text joined() const;
+    size_t count(const Text &piece) const;
+    // Polls until the joined output holds text, or the time-out passes.
+    bool waitFor(const Text &text, uint32_t timeoutMs) const;
+    std::vector<MessageBoxCall> messageBoxes() const;
+    bool waitForMessageBoxes(size_t count, uint32_t timeoutMs) const;
+    void clear();
+
+  private:
+    static void onDebug(const Char16 *text, void *context);
+    static int onMessage(const Char16 *text, const Char16 *caption, uint32_t style, void *context);
+    os::Lock *lock_;
+    std::vector<Text> pieces_;
+    std::vector<MessageBoxCall> boxes_;
+};
+
+// Narrow text for failure messages.
+std::string narrow(const Text &text);
+
+} // namespace xdsp::test

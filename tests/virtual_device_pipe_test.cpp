@@ -1,0 +1,196 @@
+// Virtual devices on Windows named pipes: what the library makes of pipes
+// that do not play along, and the emulator's pipe server under hosts that do
+// not behave as the library does.
+#ifdef _WIN32
+#include "board.h"
+#include "os/os.h"
+#include "support/emulated_board.h"
+#include "virtual_device_server.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+#include <windows.h>
+
+using namespace xdsp;
+using namespace xdsp::test;
+
+namespace {
+std::wstring pipeName(const wchar_t *name) {
+    return L"\\\\.\\pipe\\" + std::wstring(name) + L"-" + std::to_wstring(GetCurrentProcessId());
+}
+
+std::string narrowPath(const std::wstring &path) {
+    return std::string(path.begin(), path.end());
+}
+
+HANDLE onePipeInstance(const std::wstring &path) {
+    return CreateNamedPipeW(path.c_str(), PIPE_ACCESS_DUPLEX,
+                            PIPE_TYPE_MESSAGE | PIPE_READMODE_MESSAGE, 1, 4096, 4096, 0, nullptr);
+}
+
+// A host that speaks to the emulator's pipe directly, as the library does not.
+class RawHost {
+  public:
+    explicit RawHost(const std::wstring &path)
+        : pipe_(CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
+                            0, nullptr)) {
+        DWORD mode = PIPE_READMODE_MESSAGE;
+        if (pipe_ != INVALID_HANDLE_VALUE)
+            SetNamedPipeHandleState(pipe_, &mode, nullptr, nullptr);
+    }
+    ~RawHost() { close(); }
+    RawHost(const RawHost &) = delete;
+    RawHost &operator=(const RawHost &) = delete;
+
+    bool open() const { return pipe_ != INVALID_HANDLE_VALUE; }
+    void close() {
+        if (pipe_ != INVALID_HANDLE_VALUE)
+            CloseHandle(pipe_);
+        pipe_ = INVALID_HANDLE_VALUE;
+    }
+    bool send(size_t length) {
+        std::vector<uint8_t> message(std::max<size_t>(length, 1), 0);
+        DWORD written = 0;
+        return WriteFile(pipe_, message.data(), static_cast<DWORD>(length), &written, nullptr) &&
+               written == length;
+    }
+    // The length of the next whole message; SIZE_MAX when the read fails.
+    size_t receive() {
+        std::vector<uint8_t> message(70000);
+        DWORD count = 0;
+        if (!ReadFile(pipe_, message.data(), static_cast<DWORD>(message.size()), &count, nullptr))
+            return SIZE_MAX;
+        return count;
+    }
+
+  private:
+    HANDLE pipe_;
+};
+
+double microsSince(const LARGE_INTEGER &start) {
+    LARGE_INTEGER now, frequency;
+    QueryPerformanceCounter(&now);
+    QueryPerformanceFrequency(&frequency);
+    return static_cast<double>(now.QuadPart - start.QuadPart) * 1e6 /
+           static_cast<double>(frequency.QuadPart);
+}
+} // namespace
+
+TEST(PipeDevice, SilentBusyAndMissingPipesFailTheOpenAsTheContractSays) {
+    std::wstring path = pipeName(L"xdsp-silent");
+    HANDLE server = onePipeInstance(path);
+    ASSERT_NE(server, INVALID_HANDLE_VALUE);
+    uint32_t start = os::tickMs();
+    EXPECT_EQ(OpenUSBHIDDevicePath(path.c_str()), nullptr);
+    EXPECT_EQ(os::lastError(), 1359u) << "no descriptor within 1000 ms";
+    EXPECT_GE(os::tickMs() - start, 990u);
+
+    CloseHandle(server);
+
+    server = onePipeInstance(path);
+    ASSERT_NE(server, INVALID_HANDLE_VALUE);
+    HANDLE holder = CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
+                                OPEN_EXISTING, 0, nullptr);
+    ASSERT_NE(holder, INVALID_HANDLE_VALUE);
+    EXPECT_EQ(OpenUSBHIDDevicePath(path.c_str()), nullptr);
+    EXPECT_EQ(os::lastError(), 32u) << "pipe busy (231) is the device held by another host";
+    CloseHandle(holder);
+    CloseHandle(server);
+
+    EXPECT_EQ(OpenUSBHIDDevicePath(path.c_str()), nullptr);
+    EXPECT_EQ(os::lastError(), 2u) << "a pipe nobody serves";
+}
+
+TEST(PipeServer, RefusesNamesOutsideThePipeNamespaceAndTakenNames) {
+    emu::Board board;
+    emu::VirtualDeviceServer server(board);
+    for (const std::string &bad :
+         {std::string("C:\\xdsp-board"), std::string("\\\\.\\pipe\\"),
+          std::string("\\\\.\\pipe\\a\\b"), "\\\\.\\pipe\\" + std::string(250, 'x')}) {
+        EXPECT_FALSE(server.start(bad)) << bad;
+        EXPECT_FALSE(server.error().empty());
+    }
+    std::string path = narrowPath(pipeName(L"xdsp-taken"));
+    ASSERT_TRUE(server.start(path)) << server.error();
+    emu::VirtualDeviceServer rival(board);
+    EXPECT_FALSE(rival.start(path));
+    EXPECT_NE(rival.error().find("in use"), std::string::npos) << rival.error();
+}
+
+TEST(PipeServer, ReopenRightAfterCloseFindsTheDevice) {
+    EmulatedBoard emulated;
+    std::wstring path(emulated.path().begin(), emulated.path().end());
+    size_t descriptorLength = emulated.board().reportDescriptor().size();
+    for (int i = 0; i < 50; ++i) {
+        RawHost host(path);
+        ASSERT_TRUE(host.open()) << "attempt " << i << ", error " << GetLastError();
+        EXPECT_EQ(host.receive(), descriptorLength) << "the descriptor comes first";
+    }
+    EXPECT_EQ(emulated.server().refusedConnections(), 0u);
+}
+
+TEST(PipeServer, AnswersEveryMessageOnceWhateverItsLength) {
+    emu::BoardOptions options;
+    options.outputReportLength = 64;
+    EmulatedBoard emulated(options);
+    std::wstring path(emulated.path().begin(), emulated.path().end());
+    RawHost host(path);
+    ASSERT_TRUE(host.open());
+    ASSERT_NE(host.receive(), SIZE_MAX);
+    for (size_t length : {size_t{64}, size_t{0}, size_t{5000}, size_t{64}}) {
+        ASSERT_TRUE(host.send(length)) << length;
+        EXPECT_EQ(host.receive(), 512u) << "one input report for a message of " << length;
+    }
+    EXPECT_EQ(emulated.board().outputReportCount(), 4u);
+}
+
+TEST(PipeServer, HonoursSubMillisecondReportPeriods) {
+    emu::BoardOptions options;
+    options.reportPeriodMicros = 250;
+    EmulatedBoard emulated(options);
+    std::wstring path(emulated.path().begin(), emulated.path().end());
+    RawHost host(path);
+    ASSERT_TRUE(host.open());
+    ASSERT_NE(host.receive(), SIZE_MAX);
+    std::vector<double> roundTrips;
+    for (int i = 0; i < 200; ++i) {
+        LARGE_INTEGER start;
+        QueryPerformanceCounter(&start);
+        ASSERT_TRUE(host.send(512));
+        ASSERT_EQ(host.receive(), 512u);
+        roundTrips.push_back(microsSince(start));
+    }
+    std::sort(roundTrips.begin(), roundTrips.end());
+    EXPECT_GE(roundTrips.front(), 250.0) << "never before the period is over";
+    // A 1 ms tick would make every round trip 1 ms or more.
+    EXPECT_LT(roundTrips[roundTrips.size() / 2], 2000.0) << "median round trip in us";
+}
+
+TEST(PipeServer, StopsAndUnplugsWhileAHostLetsReportsPileUp) {
+    for (bool unplugFirst : {false, true}) {
+        emu::BoardOptions options;
+        options.inputReportLength = emu::maxReportLength;
+        options.outputReportLength = 2;
+        options.reportPeriodMicros = 0;
+        EmulatedBoard emulated(options);
+        std::wstring path(emulated.path().begin(), emulated.path().end());
+        RawHost host(path);
+        ASSERT_TRUE(host.open());
+        // More answers than the pipe holds: the server waits in its write.
+        for (int i = 0; i < 12; ++i)
+            ASSERT_TRUE(host.send(2));
+        os::sleepMs(100);
+        uint32_t start = os::tickMs();
+        if (unplugFirst) {
+            emulated.server().unplug();
+            EXPECT_TRUE(eventually([&] { return host.receive() == SIZE_MAX; }, 3000))
+                << "the host sees the device go";
+        }
+        emulated.server().stop();
+        EXPECT_LT(os::tickMs() - start, 1000u);
+    }
+}
+#endif

@@ -1,0 +1,19 @@
+// The boot loader's jobs at a bench: list the board's files, upload one, boot.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+struct UploadRequest {
+    std::string file;
+    std::string name;                // empty: the file's own name
+    std::string index;               // 0 to 14, or "boot" for the boot file
+    std::optional<std::string> type; // 0 to 3 or Data, Boot, FPGA, Link; default: as it is
+    std::optional<uint32_t> start;   // byte addresses; default: the file's sectors when
+    std::optional<uint32_t> end;     // it fits them, else the first free ones
+};
+
+int listFiles(const std::string &devicePath);
+int uploadFile(const std::string &devicePath, const UploadRequest &request);
+int bootProgram(const std::string &devicePath);
