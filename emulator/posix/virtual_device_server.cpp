@@ -1,6 +1,6 @@
 // The virtual device on a Unix-domain SOCK_SEQPACKET socket, which keeps
 // message boundaries as a HID device keeps report boundaries.
-#include "virtual_device_server.h"
+#include "server_channel.h"
 
 #include "os/os.h"
 
@@ -96,47 +96,6 @@ bool isStaleSocket(const sockaddr_un &address) {
 }
 } // namespace
 
-struct VirtualDeviceServer::Channel {
-    explicit Channel(VirtualDeviceServer &owner) : server(owner) {}
-    ~Channel();
-    Channel(const Channel &) = delete;
-    Channel &operator=(const Channel &) = delete;
-
-    bool open(const std::string &socketPath);
-    void wake();
-    void shutdownHost();
-    static uint32_t run(void *channel);
-
-    VirtualDeviceServer &server;
-    os::Thread *thread = nullptr;
-    std::atomic<bool> stopping{false};
-
-  private:
-    void serve();
-    void acceptHost();
-    void takeOutputReport(short events);
-    void answerHost();
-    void sendToHost(const std::vector<uint8_t> &message);
-    void closeHost();
-
-    std::string path;
-    dev_t boundDevice = 0; // the socket file we made, so stop removes only ours
-    ino_t boundInode = 0;
-    int listenFd = -1;
-    int wakeFd = -1;
-    // The serving thread alone changes hostFd, under hostLock; unplug shuts it
-    // down from other threads under the same lock.
-    int hostFd = -1;
-    os::Lock *hostLock = nullptr;
-    std::vector<uint8_t> descriptor;
-
-    std::vector<uint8_t> outputReport;
-    std::vector<uint8_t> inputReport;
-    size_t received = 0;
-    bool answerDue = false;
-    timespec due{};
-};
-
 VirtualDeviceServer::Channel::~Channel() {
     if (listenFd >= 0) {
         close(listenFd);
@@ -214,7 +173,7 @@ void VirtualDeviceServer::Channel::wake() {
     [[maybe_unused]] ssize_t written = write(wakeFd, &one, sizeof one);
 }
 
-void VirtualDeviceServer::Channel::shutdownHost() {
+void VirtualDeviceServer::Channel::disconnectHost() {
     os::lockEnter(hostLock);
     if (hostFd >= 0)
         shutdown(hostFd, SHUT_RDWR); // the host sees the device go at once
@@ -344,65 +303,6 @@ void VirtualDeviceServer::Channel::closeHost() {
     hostFd = -1;
     server.hostConnected_ = false;
     os::lockLeave(hostLock);
-}
-
-VirtualDeviceServer::VirtualDeviceServer(Board &board) : board_(board) {}
-
-VirtualDeviceServer::~VirtualDeviceServer() {
-    stop();
-}
-
-bool VirtualDeviceServer::start(const std::string &path) {
-    if (channel_ != nullptr) {
-        error_ = "already serving";
-        return false;
-    }
-    const BoardOptions &options = board_.options();
-    if (options.inputReportLength > maxReportLength ||
-        options.outputReportLength > maxReportLength) {
-        error_ = "report lengths above " + std::to_string(maxReportLength) + " are not served";
-        return false;
-    }
-    auto *channel = new Channel(*this);
-    if (!channel->open(path)) {
-        delete channel;
-        return false;
-    }
-    uint32_t code = 0;
-    channel->thread = os::threadStart(&Channel::run, channel, &code);
-    if (channel->thread == nullptr) {
-        error_ = "cannot start the serving thread (error " + std::to_string(code) + ")";
-        delete channel;
-        return false;
-    }
-    channel_ = channel;
-    error_.clear();
-    return true;
-}
-
-void VirtualDeviceServer::stop() {
-    if (channel_ == nullptr)
-        return;
-    channel_->stopping = true;
-    channel_->wake();
-    // The serving thread never blocks without watching the wake-up descriptor
-    // for longer than a short sleep, so it always leaves.
-    while (!os::threadJoin(channel_->thread, 1000)) {
-    }
-    os::threadRelease(channel_->thread);
-    delete channel_;
-    channel_ = nullptr;
-    hostConnected_ = false;
-}
-
-void VirtualDeviceServer::unplug() {
-    unplugged_ = true;
-    if (channel_ != nullptr)
-        channel_->shutdownHost();
-}
-
-void VirtualDeviceServer::replug() {
-    unplugged_ = false;
 }
 
 } // namespace xdsp::emu

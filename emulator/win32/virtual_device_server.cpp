@@ -7,7 +7,7 @@
 // in 10 under Wine); a board accepts that reopen. A second host reaches the
 // listening instance and is hung up on at once, as on POSIX, and the library
 // reports 32 either way.
-#include "virtual_device_server.h"
+#include "server_channel.h"
 
 #include "os/os.h"
 
@@ -20,7 +20,6 @@
 namespace xdsp::emu {
 
 namespace {
-constexpr DWORD instanceCount = 2;
 // Room for a few whole reports, so that a host that reads as it should never
 // makes a write wait.
 constexpr DWORD pipeBufferBytes = 4 * maxReportLength;
@@ -77,68 +76,6 @@ void reap(HANDLE handle, OVERLAPPED *operation) {
 }
 } // namespace
 
-struct VirtualDeviceServer::Channel {
-    explicit Channel(VirtualDeviceServer &owner) : server(owner) {}
-    ~Channel();
-    Channel(const Channel &) = delete;
-    Channel &operator=(const Channel &) = delete;
-
-    bool open(const std::string &pipePath);
-    void wake() { SetEvent(wakeEvent); }
-    void disconnectHost();
-    static uint32_t run(void *channel);
-
-    VirtualDeviceServer &server;
-    os::Thread *thread = nullptr;
-    std::atomic<bool> stopping{false};
-
-  private:
-    enum class State { idle, listening, connected, host };
-    struct Instance {
-        HANDLE pipe = INVALID_HANDLE_VALUE;
-        OVERLAPPED connect{};
-        State state = State::idle;
-    };
-
-    void serve();
-    void waitForWork();
-    void listen(Instance &instance);
-    void connectDone(Instance &instance);
-    void acceptHost(Instance &instance);
-    void postRead();
-    void readDone();
-    bool dropRestOfMessage();
-    void takeOutputReport(DWORD count);
-    void answerHost();
-    void sendToHost(const std::vector<uint8_t> &message);
-    void closeHost();
-    void schedule(LONGLONG dueTime);
-    void cancelAll();
-
-    Instance instances[instanceCount];
-    Instance *host = nullptr;
-    HANDLE wakeEvent = nullptr;
-    HANDLE timer = nullptr;
-    bool coarseTimer = false; // no high-resolution timer: the system tick was raised instead
-    OVERLAPPED reading{};
-    OVERLAPPED writing{};
-    bool readPending = false;
-    bool messageHeld = false; // a report that came while an answer was due
-    DWORD heldCount = 0;
-    // hostConnected_ changes and unplugged_ is read under this lock, so that
-    // no host is taken after unplug() returned.
-    os::Lock *hostLock = nullptr;
-    std::vector<uint8_t> descriptor;
-
-    std::vector<uint8_t> incoming;
-    std::vector<uint8_t> outputReport;
-    std::vector<uint8_t> inputReport;
-    size_t received = 0;
-    bool answerDue = false;
-    LONGLONG due = 0;
-    LONGLONG ticksPerSecond = performanceFrequency();
-};
-
 VirtualDeviceServer::Channel::~Channel() {
     for (Instance &instance : instances) {
         if (instance.pipe != INVALID_HANDLE_VALUE)
@@ -157,6 +94,7 @@ VirtualDeviceServer::Channel::~Channel() {
 
 bool VirtualDeviceServer::Channel::open(const std::string &pipePath) {
     std::string &error = server.error_;
+    ticksPerSecond = performanceFrequency();
     std::wstring path;
     if (!toPipePath(pipePath, &path)) {
         error = "a device path on Windows is \\\\.\\pipe\\NAME, at most " +
@@ -463,64 +401,6 @@ void VirtualDeviceServer::Channel::cancelAll() {
         reap(instance.pipe, &instance.connect);
         instance.state = State::idle;
     }
-}
-
-VirtualDeviceServer::VirtualDeviceServer(Board &board) : board_(board) {}
-
-VirtualDeviceServer::~VirtualDeviceServer() {
-    stop();
-}
-
-bool VirtualDeviceServer::start(const std::string &path) {
-    if (channel_ != nullptr) {
-        error_ = "already serving";
-        return false;
-    }
-    const BoardOptions &options = board_.options();
-    if (options.inputReportLength > maxReportLength ||
-        options.outputReportLength > maxReportLength) {
-        error_ = "report lengths above " + std::to_string(maxReportLength) + " are not served";
-        return false;
-    }
-    auto *channel = new Channel(*this);
-    if (!channel->open(path)) {
-        delete channel;
-        return false;
-    }
-    uint32_t code = 0;
-    channel->thread = os::threadStart(&Channel::run, channel, &code);
-    if (channel->thread == nullptr) {
-        error_ = "cannot start the serving thread (error " + std::to_string(code) + ")";
-        delete channel;
-        return false;
-    }
-    channel_ = channel;
-    error_.clear();
-    return true;
-}
-
-void VirtualDeviceServer::stop() {
-    if (channel_ == nullptr)
-        return;
-    channel_->stopping = true;
-    channel_->wake();
-    // Every wait of the serving thread watches the wake-up event, so it leaves.
-    while (!os::threadJoin(channel_->thread, 1000)) {
-    }
-    os::threadRelease(channel_->thread);
-    delete channel_;
-    channel_ = nullptr;
-    hostConnected_ = false;
-}
-
-void VirtualDeviceServer::unplug() {
-    unplugged_ = true;
-    if (channel_ != nullptr)
-        channel_->disconnectHost();
-}
-
-void VirtualDeviceServer::replug() {
-    unplugged_ = false;
 }
 
 } // namespace xdsp::emu
