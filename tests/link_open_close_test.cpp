@@ -28,6 +28,17 @@ TEST(OpenClose, CloseWithNothingOpenAndFailedOpens) {
     EXPECT_EQ(capture.pieces(), expected);
     EXPECT_EQ(DestroyHIDUSBPacket(), 0) << "a failed open leaves nothing to close";
     EXPECT_EQ(os::lastError(), 55u);
+
+    // No path at all is a bad argument on every platform, not a missing device.
+    EXPECT_EQ(InitializeHIDUSBPacketPath(nullptr), 0);
+    EXPECT_EQ(os::lastError(), 87u);
+    EXPECT_EQ(InitializeHIDUSBPacket(nullptr), 0);
+    EXPECT_EQ(os::lastError(), 87u);
+    EXPECT_EQ(OpenUSBHIDDevicePath(nullptr), nullptr);
+    EXPECT_EQ(os::lastError(), 87u);
+    EXPECT_EQ(OpenUSBHIDDevice(nullptr), nullptr);
+    EXPECT_EQ(os::lastError(), 87u);
+    EXPECT_EQ(IsOnline(), 0);
 }
 
 TEST(OpenClose, OpensReportsLengthsAndRefusesASecondHandle) {

@@ -127,8 +127,12 @@ Device *openHidraw(const char *path, Device *device, uint32_t *errorOut) {
 } // namespace
 
 Device *deviceOpen(const Char16 *path, uint32_t *errorOut) {
+    if (path == nullptr) {
+        *errorOut = error::invalidParameter;
+        return nullptr;
+    }
     char utf8[4096];
-    if (path == nullptr || !pathToUtf8(path, utf8, sizeof utf8)) {
+    if (!pathToUtf8(path, utf8, sizeof utf8)) {
         *errorOut = error::fileNotFound;
         return nullptr;
     }
