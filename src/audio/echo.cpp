@@ -36,6 +36,7 @@ extern "C" XDSP_EXPORT xdsp_bool XDSP_API Halvio_Echo(const uint8_t *data, uint3
     using namespace xdsp::bootloader;
     if (length > maxEchoLength)
         return 0;
+    // NULL data with a count is refused like any other NULL buffer with one.
     if (data == nullptr && length != 0) {
         xdsp::os::setLastError(xdsp::os::error::invalidParameter);
         return 0;
