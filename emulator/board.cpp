@@ -1,5 +1,6 @@
 #include "board.h"
 
+#include "audio/audio_firmware.h"
 #include "bootloader/boot_loader.h"
 #include "os/os.h"
 #include "report_descriptor_builder.h"
@@ -34,12 +35,20 @@ std::unique_ptr<BootLoader> makeBootLoader(const BoardOptions &options) {
         return nullptr;
     return std::make_unique<BootLoader>(*options.bootLoader);
 }
+
+std::unique_ptr<AudioFirmware> makeAudioFirmware(const BoardOptions &options) {
+    if (!options.audioFirmware)
+        return nullptr;
+    return std::make_unique<AudioFirmware>(*options.audioFirmware);
+}
 } // namespace
 
 Board::Board(BoardOptions options)
-    : options_(std::move(options)), bootLoader_(makeBootLoader(options_)), lock_(createLock()),
-      firmware_(options_) {
-    if (bootLoader_)
+    : options_(std::move(options)), bootLoader_(makeBootLoader(options_)),
+      audioFirmware_(makeAudioFirmware(options_)), lock_(createLock()), firmware_(options_) {
+    if (audioFirmware_)
+        firmware_.attachSpiPeer(audioFirmware_.get());
+    else if (bootLoader_)
         firmware_.attachSpiPeer(bootLoader_.get());
 }
 
@@ -145,6 +154,14 @@ bool Board::inspectBootLoader(const std::function<void(BootLoader &)> &visit) {
     if (!bootLoader_)
         return false;
     visit(*bootLoader_);
+    return true;
+}
+
+bool Board::inspectAudioFirmware(const std::function<void(AudioFirmware &)> &visit) {
+    Locked locked(lock_);
+    if (!audioFirmware_)
+        return false;
+    visit(*audioFirmware_);
     return true;
 }
 

@@ -19,6 +19,7 @@ struct Lock;
 
 namespace xdsp::emu {
 
+class AudioFirmware;
 class BootLoader;
 
 // How many changed output reports receivedCommands() keeps.
@@ -63,6 +64,8 @@ class Board {
     // Runs visit on the boot loader with the board's lock held, for tests to read
     // its state and switch its faults; false when the board has none.
     bool inspectBootLoader(const std::function<void(BootLoader &)> &visit);
+    // The same for the audio firmware.
+    bool inspectAudioFirmware(const std::function<void(AudioFirmware &)> &visit);
 
     // Each output report that differed from the one before it (the first of
     // each connection included), oldest first, the last receivedCommandLimit.
@@ -81,7 +84,9 @@ class Board {
     void recordReport(const uint8_t *outputReport, size_t length);
 
     const BoardOptions options_;
-    std::unique_ptr<BootLoader> bootLoader_; // outlives the firmware that points to it
+    // Both outlive the firmware that points to them.
+    std::unique_ptr<BootLoader> bootLoader_;
+    std::unique_ptr<AudioFirmware> audioFirmware_;
     os::Lock *lock_;
     Firmware firmware_;
     std::deque<std::vector<uint8_t>> receivedCommands_;

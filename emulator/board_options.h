@@ -2,6 +2,7 @@
 // values on its pins when it powers up.
 #pragma once
 
+#include "audio/audio_firmware_options.h"
 #include "bootloader/boot_loader_options.h"
 
 #include <cstdint>
@@ -23,6 +24,9 @@ struct BoardOptions {
     uint16_t adcReadings[4] = {0x0100, 0x0200, 0x0300, 0x0400}; // 14-bit values
     // The DSP waits in its resident boot loader, the SPI bus's peer; none: the bus loops back.
     std::optional<BootLoaderOptions> bootLoader;
+    // The DSP was started into the audio firmware, which is then the bus's peer
+    // in the boot loader's place.
+    std::optional<AudioFirmwareOptions> audioFirmware;
 };
 
 } // namespace xdsp::emu

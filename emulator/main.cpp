@@ -1,4 +1,5 @@
 // xdsp-emu: serves an emulated board as a virtual device until interrupted.
+#include "audio/command_line.h"
 #include "board.h"
 #include "bootloader/command_line.h"
 #include "os/os.h"
@@ -38,7 +39,9 @@ bool parseHexWord(const std::string &text, uint16_t *value) {
 int main(int argc, char **argv) {
     xdsp::emu::BoardOptions options;
     xdsp::emu::BootLoaderOptions bootLoader;
+    xdsp::emu::AudioFirmwareOptions audioFirmware;
     bool loopback = false;
+    bool audio = false;
     std::string devicePath;
     std::string gpioText;
 
@@ -65,6 +68,7 @@ int main(int argc, char **argv) {
         ->capture_default_str();
     app.add_option("--gpio", gpioText, "GPIO input word, in hex");
     xdsp::emu::commandLine::addOptions(app, bootLoader, &loopback);
+    xdsp::emu::commandLine::addAudioOptions(app, audioFirmware, &audio);
     CLI11_PARSE(app, argc, argv);
 
     if (!gpioText.empty() && !parseHexWord(gpioText, &options.gpioInputs)) {
@@ -73,7 +77,9 @@ int main(int argc, char **argv) {
         return 2;
     }
 
-    if (!loopback)
+    if (audio)
+        options.audioFirmware = audioFirmware;
+    else if (!loopback)
         options.bootLoader = bootLoader;
     std::unique_ptr<xdsp::emu::Board> board;
     try {

@@ -14,24 +14,6 @@ using namespace xdsp;
 using namespace xdsp::test;
 
 namespace {
-// The transfers of one exchange from index at: the command and "RD" with the
-// read prefix, one transfer that writes and reads without it. Returns the next index.
-size_t expectExchange(const std::vector<SpiTransfer> &transfers, size_t at, bool prefix,
-                      const Bytes &command, size_t replyLength, uint16_t mask, uint16_t settingB) {
-    if (!prefix) {
-        if (at < transfers.size())
-            expectTransfer(transfers[at], command, replyLength, mask, settingB);
-        return at + 1;
-    }
-    if (at < transfers.size())
-        expectTransfer(transfers[at], command, 0, mask, settingB);
-    if (replyLength == 0)
-        return at + 1;
-    if (at + 1 < transfers.size())
-        expectTransfer(transfers[at + 1], readPrefix, replyLength, mask, settingB);
-    return at + 2;
-}
-
 Bytes boot(std::initializer_list<uint8_t> tail) {
     Bytes bytes = bytesOf("BOOT");
     bytes.insert(bytes.end(), tail.begin(), tail.end());

@@ -87,14 +87,6 @@ void BootLoader::transfer(const SpiSettings &settings, const uint8_t *written, s
     record(settings, written, writeLength, read, readLength);
 }
 
-bool BootLoader::spoil(uint32_t &counter) {
-    if (counter == 0)
-        return false;
-    if (counter != always)
-        --counter;
-    return true;
-}
-
 void BootLoader::hearCommand(const uint8_t *written, size_t length, Clock::time_point now) {
     // A frame cut short of its header cannot be told from noise.
     if (length < frameHeaderLength)

@@ -38,7 +38,6 @@ namespace xdsp::emu {
 
 // How many transfers transfers() keeps.
 inline constexpr size_t spiTransferLogLimit = 4096;
-inline constexpr uint8_t notReadyFiller = 0xCC;
 
 // One transfer as the boot loader saw it.
 struct SpiExchange {
@@ -93,7 +92,6 @@ class BootLoader : public SpiPeer {
     void shiftOut(uint8_t *read, size_t length);
     void record(const SpiSettings &settings, const uint8_t *written, size_t writeLength,
                 const uint8_t *read, size_t readLength);
-    bool spoil(uint32_t &counter);
     std::vector<uint8_t> statusRecord() const;
 
     // Identification.

@@ -12,6 +12,15 @@ namespace xdsp::emu {
 // A fault counter at this value never runs down.
 inline constexpr uint32_t always = 0xFFFFFFFF;
 
+// True while a fault counter has replies left to spoil, and counts one off.
+inline bool spoil(uint32_t &counter) {
+    if (counter == 0)
+        return false;
+    if (counter != always)
+        --counter;
+    return true;
+}
+
 // Faults on demand. Counters run down by one per reply they spoil; a code or
 // file number of 0 means any.
 struct BootLoaderFaults {

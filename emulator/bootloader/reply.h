@@ -1,8 +1,10 @@
 // A boot-loader reply as the SPI port shifts it out: two idle bytes, the family
 // magic, the echoed command code, the payload length in 16-bit words, and the
-// payload, every value high byte first.
+// payload, every value high byte first. The audio firmware's replies are the
+// same with its own magic.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -12,6 +14,8 @@ namespace xdsp::emu {
 inline constexpr size_t replyEchoOffset = 6;
 inline constexpr size_t replyLengthOffset = 7;
 inline constexpr size_t replyDataOffset = 8;
+// What a read clocks in while the DSP is at work.
+inline constexpr uint8_t notReadyFiller = 0xCC;
 // A refusal echoes the code with this bit set and carries one word: the reason.
 inline constexpr uint8_t refusedBit = 0x80;
 
@@ -26,9 +30,14 @@ enum class Refusal : uint16_t {
     unknownCommand = 7, // a code this boot loader does not carry out
 };
 
+using FamilyMagic = std::array<uint8_t, 4>;
+inline constexpr FamilyMagic bootFamily = {'B', 'O', 'O', 'T'};
+inline constexpr FamilyMagic userFamily = {'U', 'S', 'E', 'R'};
+
 class Reply {
   public:
-    explicit Reply(uint8_t code) : bytes_{0x00, 0x00, 'B', 'O', 'O', 'T', code, 0} {}
+    explicit Reply(uint8_t code, const FamilyMagic &magic = bootFamily)
+        : bytes_{0x00, 0x00, magic[0], magic[1], magic[2], magic[3], code, 0} {}
     static Reply refusal(uint8_t code, Refusal reason) {
         return Reply(static_cast<uint8_t>(code | refusedBit)).word(static_cast<uint16_t>(reason));
     }

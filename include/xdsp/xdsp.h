@@ -422,6 +422,41 @@ XDSP_EXPORT uint16_t XDSP_API BootLoader_ComputeFileChecksum(const uint8_t *data
  * 0xFFFF for any other index, with nothing sent. */
 XDSP_EXPORT uint16_t XDSP_API BootLoader_GetFileChecksum(int32_t fileIndex);
 
+/* ---- Audio module ------------------------------------------------------------
+ * USER commands for boards whose DSP runs the audio firmware, framed and sent
+ * like the boot-loader commands (read-prefix mode included). What the values
+ * mean belongs to the firmware. They set no last-error code of their own: the
+ * code left is that of their last transfer (6 when no link runs). One command
+ * at a time, and not alongside boot-loader operations. */
+
+/* Mute on (any nonzero value) or off. The firmware's 16-bit answer; 0xFFFF
+ * when the reply does not carry "USER" (no link, no answer). */
+XDSP_EXPORT int32_t XDSP_API Halvio_Mute(int32_t on);
+/* Loads filter 0 to 9 (a larger number sends its first digit and the rest as
+ * extra bytes). The answer as Halvio_Mute's. */
+XDSP_EXPORT int32_t XDSP_API Halvio_LoadFilter(uint32_t filter);
+/* Loads algorithm 0 to 255. The answer as Halvio_Mute's. */
+XDSP_EXPORT int32_t XDSP_API Halvio_LoadAlgorithm(int32_t algorithm);
+/* Resets the audio firmware; nothing is read back. */
+XDSP_EXPORT void XDSP_API Halvio_Reset(void);
+/* Line output on (any nonzero value) or off. The answer as Halvio_Mute's. */
+XDSP_EXPORT int32_t XDSP_API Halvio_LineOut(int32_t on);
+/* Selects source 0 to 9 (as Halvio_LoadFilter for larger values). The answer
+ * as Halvio_Mute's. */
+XDSP_EXPORT int32_t XDSP_API Halvio_Source(int32_t source);
+/* The name and dates of the firmware's file fileNumber (0 to 255). Returns
+ * 500 ms after the reply. The name is cut to nameCapacity - 1 characters
+ * (capacity 0: not touched); dates are OLE automation dates. Without a valid
+ * reply: empty name and both dates 0.0. A NULL output is skipped. */
+XDSP_EXPORT void XDSP_API Halvio_LoadFilename(int32_t fileNumber, xdsp_char16 *name,
+                                              uint32_t nameCapacity, double *creationDate,
+                                              double *modificationDate);
+/* Sends the first length bytes (rounded down to even) to the firmware and
+ * compares what comes back: 1 when equal, else 0 with a dump of both sides.
+ * Length over 400: 0, nothing sent. NULL data with a length: 0, last-error
+ * 87, nothing sent. */
+XDSP_EXPORT xdsp_bool XDSP_API Halvio_Echo(const uint8_t *data, uint32_t length);
+
 /* ---- Report protocol notes -------------------------------------------------
  * Layout record: the firmware answers command 0xF001 with response code 0xF001
  * (payload bit set); its 212 bytes lie at input offsets 14 to 225 and are copied

@@ -73,14 +73,18 @@ void standardExchange(const uint8_t *command, uint32_t commandLength, uint8_t *r
     transfer(busyMask(), settingFast, command, commandLength, reply, replyLength);
 }
 
-void slowExchange(const uint8_t *command, uint32_t commandLength, uint8_t *reply,
-                  uint32_t replyLength) {
+void directExchange(uint16_t settingB, const uint8_t *command, uint32_t commandLength,
+                    uint8_t *reply, uint32_t replyLength) {
     if (readPrefixOn()) {
-        bootExchange(spiSelect(), busyMask(), settingSlow, command, commandLength, reply,
-                     replyLength);
+        bootExchange(spiSelect(), busyMask(), settingB, command, commandLength, reply, replyLength);
         return;
     }
-    transfer(busyMask(), settingSlow, command, commandLength, reply, replyLength);
+    transfer(busyMask(), settingB, command, commandLength, reply, replyLength);
+}
+
+void slowExchange(const uint8_t *command, uint32_t commandLength, uint8_t *reply,
+                  uint32_t replyLength) {
+    directExchange(settingSlow, command, commandLength, reply, replyLength);
 }
 
 } // namespace xdsp::bootloader

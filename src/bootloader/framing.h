@@ -71,8 +71,11 @@ void bootExchange(uint16_t select, uint16_t mask, uint16_t settingB, const uint8
 // without it a flush and one transfer that writes and reads.
 void standardExchange(const uint8_t *command, uint32_t commandLength, uint8_t *reply,
                       uint32_t replyLength);
-// The slow exchange at setting 50: with the read prefix the command, the busy
-// wait and "RD"; without it one transfer and no flush.
+// With the read prefix the command, the busy wait and "RD"; without it one
+// transfer that writes and reads, and no flush.
+void directExchange(uint16_t settingB, const uint8_t *command, uint32_t commandLength,
+                    uint8_t *reply, uint32_t replyLength);
+// The slow exchange: directExchange at setting 50.
 void slowExchange(const uint8_t *command, uint32_t commandLength, uint8_t *reply,
                   uint32_t replyLength);
 

@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 #include <string>
+#include <vector>
 
 namespace xdsp::test {
 
@@ -46,6 +47,25 @@ inline void expectTransfer(const SpiTransfer &transfer, const Bytes &written, si
 }
 
 inline const Bytes readPrefix = {'R', 'D'};
+
+// The transfers of one exchange from index at: the command and "RD" with the
+// read prefix, one transfer that writes and reads without it. Returns the next index.
+inline size_t expectExchange(const std::vector<SpiTransfer> &transfers, size_t at, bool prefix,
+                             const Bytes &command, size_t replyLength, uint16_t mask,
+                             uint16_t settingB) {
+    if (!prefix) {
+        if (at < transfers.size())
+            expectTransfer(transfers[at], command, replyLength, mask, settingB);
+        return at + 1;
+    }
+    if (at < transfers.size())
+        expectTransfer(transfers[at], command, 0, mask, settingB);
+    if (replyLength == 0)
+        return at + 1;
+    if (at + 1 < transfers.size())
+        expectTransfer(transfers[at + 1], readPrefix, replyLength, mask, settingB);
+    return at + 2;
+}
 
 // Cases that run once with the read prefix and once without.
 class BothModesTest : public ::testing::TestWithParam<bool> {

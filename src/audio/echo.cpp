@@ -1,0 +1,66 @@
+// The link test: the caller's bytes go to the audio firmware and must come
+// back unchanged; where they do not, both sides are dumped from the first
+// difference on.
+#include "audio/user_command.h"
+#include "bootloader/framing.h"
+#include "frame/bounded_string.h"
+#include "frame/debug.h"
+#include "os/os.h"
+
+#include <cstring>
+
+namespace {
+constexpr uint32_t maxEchoLength = 400;
+constexpr uint8_t echoCode = 0x38;
+constexpr size_t packetHeadBytes = 6;
+constexpr size_t replyBufferBytes = 512;
+// Only the echo runs at this setting.
+constexpr uint16_t settingEcho = 10;
+constexpr size_t dumpChars = 256;
+constexpr uint32_t dumpMaxBytes = 20;
+
+// "%3d: " and up to 20 bytes from index first, as three debug pieces after label.
+void dumpFrom(const xdsp::Char16 *label, const uint8_t *bytes, uint32_t first, uint32_t count) {
+    xdsp::Char16 line[dumpChars];
+    size_t length = xdsp::boundedFormat(line, dumpChars, WIDE("%3d: "), static_cast<int>(first));
+    for (uint32_t j = 0; first + j < count && j < dumpMaxBytes; ++j)
+        length += xdsp::boundedFormat(line + length, dumpChars - length, WIDE("%02X "),
+                                      static_cast<unsigned>(bytes[first + j]));
+    xdsp::debugWrite(label);
+    xdsp::debugWrite(line);
+    xdsp::debugWrite(WIDE("\r\n"));
+}
+} // namespace
+
+extern "C" XDSP_EXPORT xdsp_bool XDSP_API Halvio_Echo(const uint8_t *data, uint32_t length) {
+    using namespace xdsp::bootloader;
+    if (length > maxEchoLength)
+        return 0;
+    // NULL data with a count is refused like any other NULL buffer with one.
+    if (data == nullptr && length != 0) {
+        xdsp::os::setLastError(xdsp::os::error::invalidParameter);
+        return 0;
+    }
+    XMOSBoot_Flush();
+    xdsp::debugWrite(WIDE("Echo:\r\n"));
+
+    // Whole 16-bit words only; the bytes go as they are, not pair-swapped.
+    uint32_t even = length & ~1u;
+    uint8_t packet[packetHeadBytes + maxEchoLength] = {
+        'U', 'S', 'E', 'R', echoCode, static_cast<uint8_t>(even / 2)};
+    if (even != 0)
+        std::memcpy(packet + packetHeadBytes, data, even);
+    uint8_t reply[replyBufferBytes] = {};
+    directExchange(settingEcho, packet, static_cast<uint32_t>(packetHeadBytes + even), reply,
+                   even + dataOffset);
+
+    const uint8_t *echoed = reply + dataOffset;
+    uint32_t first = 0;
+    while (first < even && echoed[first] == data[first])
+        ++first;
+    if (first == even)
+        return 1;
+    dumpFrom(WIDE("byteRecv: "), echoed, first, even);
+    dumpFrom(WIDE("  lpData: "), data, first, even);
+    return 0;
+}
