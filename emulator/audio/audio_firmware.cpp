@@ -40,10 +40,10 @@ std::vector<uint8_t> refusal(uint8_t code) {
 } // namespace
 
 AudioFirmware::AudioFirmware(AudioFirmwareOptions options)
-    : options_(std::move(options)), faults_(options_.faults) {}
+    : options_(std::move(options)), faults_(options_.faults), port_(options_.idleReadBusyMicros) {}
 
 uint16_t AudioFirmware::busyLines(Clock::time_point now) const {
-    bool busy = now < busyUntil_ || now < idleBusyUntil_;
+    bool busy = now < busyUntil_ || port_.drainedPulse(now);
     return busy ? options_.busyLine : 0;
 }
 
@@ -58,14 +58,13 @@ void AudioFirmware::transfer(const SpiSettings &settings, const uint8_t *written
         // A frame cut short of its header cannot be told from noise.
         if (writeLength >= frameHeaderLength) {
             ++commandsHeard_;
-            outputPosition_ = 0;
-            output_ = answer(written[4], written[5], written + frameHeaderLength,
-                             writeLength - frameHeaderLength);
+            port_.load(answer(written[4], written[5], written + frameHeaderLength,
+                              writeLength - frameHeaderLength));
             busyUntil_ = now + std::chrono::microseconds(options_.commandBusyMicros);
         }
-        shiftOut(read, readLength);
+        port_.shiftOut(read, readLength);
     } else if (isRead(written, writeLength)) {
-        readOutput(read, readLength, now);
+        port_.readLater(read, readLength, now < busyUntil_, now);
     } else {
         loopback_.transfer(settings, written, writeLength, read, readLength, now);
     }
@@ -144,26 +143,6 @@ std::vector<uint8_t> AudioFirmware::echo(uint8_t count, const uint8_t *arguments
     if (spoilt < bytes.size() && spoil(faults_.corruptEchoReplies))
         bytes[spoilt] = static_cast<uint8_t>(~bytes[spoilt]);
     return bytes;
-}
-
-void AudioFirmware::readOutput(uint8_t *read, size_t length, Clock::time_point now) {
-    if (length == 0)
-        return;
-    if (now < busyUntil_) {
-        std::fill_n(read, length, notReadyFiller);
-        return;
-    }
-    if (outputPosition_ >= output_.size())
-        idleBusyUntil_ = now + std::chrono::microseconds(options_.idleReadBusyMicros);
-    shiftOut(read, length);
-}
-
-void AudioFirmware::shiftOut(uint8_t *read, size_t length) {
-    size_t available = output_.size() - std::min(outputPosition_, output_.size());
-    size_t count = std::min(length, available);
-    std::copy_n(output_.begin() + static_cast<ptrdiff_t>(outputPosition_), count, read);
-    std::fill_n(read + count, length - count, uint8_t{0});
-    outputPosition_ += count;
 }
 
 } // namespace xdsp::emu

@@ -20,6 +20,7 @@
 #pragma once
 
 #include "audio/audio_firmware_options.h"
+#include "bootloader/reply_port.h"
 #include "spi_master.h"
 #include "spi_peer.h"
 
@@ -58,17 +59,13 @@ class AudioFirmware : public SpiPeer {
                                   const uint8_t *arguments, size_t length);
     std::vector<uint8_t> sendFileName(const uint8_t *arguments, size_t length);
     std::vector<uint8_t> echo(uint8_t count, const uint8_t *arguments, size_t length);
-    void readOutput(uint8_t *read, size_t length, Clock::time_point now);
-    void shiftOut(uint8_t *read, size_t length);
 
     const AudioFirmwareOptions options_;
     AudioFaults faults_;
     AudioState state_;
     LoopbackPeer loopback_;
-    std::vector<uint8_t> output_; // the reply being read out
-    size_t outputPosition_ = 0;
+    ReplyPort port_;
     Clock::time_point busyUntil_{};
-    Clock::time_point idleBusyUntil_{};
     uint32_t resets_ = 0;
     uint32_t commandsHeard_ = 0;
 };

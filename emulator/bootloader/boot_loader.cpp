@@ -46,7 +46,8 @@ uint16_t BootLoader::Frame::word(size_t index) const {
 BootLoader::BootLoader(BootLoaderOptions options, SpiPeer *otherTraffic)
     : options_(std::move(options)), faults_(options_.faults),
       fileSystem_(memorySizeForChip(options_.memoryId[2]), options_.flashImagePath),
-      otherTraffic_(otherTraffic != nullptr ? otherTraffic : &loopback_) {}
+      otherTraffic_(otherTraffic != nullptr ? otherTraffic : &loopback_),
+      port_(options_.idleReadBusyMicros) {}
 
 bool BootLoader::working(Clock::time_point now) const {
     return now < busyUntil_;
@@ -54,7 +55,7 @@ bool BootLoader::working(Clock::time_point now) const {
 
 uint16_t BootLoader::busyLines(Clock::time_point now) const {
     uint16_t lines = otherTraffic_->busyLines(now);
-    if (faults_.busyStuck || working(now) || now < idleBusyUntil_)
+    if (faults_.busyStuck || working(now) || port_.drainedPulse(now))
         lines = static_cast<uint16_t>(lines | options_.busyLine);
     return lines;
 }
@@ -78,9 +79,9 @@ void BootLoader::transfer(const SpiSettings &settings, const uint8_t *written, s
             hearCommand(written, writeLength, now);
         else
             hearStatusQuery(readLength == 0);
-        shiftOut(read, readLength);
+        port_.shiftOut(read, readLength);
     } else if (isRead(written, writeLength)) {
-        readOutput(read, readLength, now);
+        port_.readLater(read, readLength, working(now), now);
     } else {
         otherTraffic_->transfer(settings, written, writeLength, read, readLength, now);
     }
@@ -93,10 +94,9 @@ void BootLoader::hearCommand(const uint8_t *written, size_t length, Clock::time_
         return;
     Frame frame{written[4], written[5], written + frameHeaderLength, length - frameHeaderLength};
     lastCode_ = frame.code;
-    outputPosition_ = 0;
     bool codeMatches = faults_.unacknowledgedCode == 0 || faults_.unacknowledgedCode == frame.code;
     if (codeMatches && spoil(faults_.unacknowledgedReplies)) {
-        output_ = Reply(static_cast<uint8_t>(~frame.code)).bytes();
+        port_.load(Reply(static_cast<uint8_t>(~frame.code)).bytes());
         return;
     }
     auto entry = std::find_if(std::begin(commandTable), std::end(commandTable),
@@ -116,36 +116,16 @@ void BootLoader::hearCommand(const uint8_t *written, size_t length, Clock::time_
     bool notReadyMatches = faults_.notReadyCode == 0 || faults_.notReadyCode == frame.code;
     if (notReadyMatches && spoil(faults_.notReadyReplies))
         std::fill(reply.bytes().begin() + replyDataOffset, reply.bytes().end(), notReadyFiller);
-    output_ = std::move(reply.bytes());
+    port_.load(std::move(reply.bytes()));
 }
 
 void BootLoader::hearStatusQuery(bool readLater) {
-    output_.clear();
-    outputPosition_ = 0;
+    std::vector<uint8_t> output;
     if (readLater)
-        output_ = options_.statFiller;
+        output = options_.statFiller;
     std::vector<uint8_t> status = statusRecord();
-    output_.insert(output_.end(), status.begin(), status.end());
-}
-
-void BootLoader::readOutput(uint8_t *read, size_t length, Clock::time_point now) {
-    if (length == 0)
-        return;
-    if (working(now)) {
-        std::fill_n(read, length, notReadyFiller);
-        return;
-    }
-    if (outputPosition_ >= output_.size())
-        idleBusyUntil_ = now + std::chrono::microseconds(options_.idleReadBusyMicros);
-    shiftOut(read, length);
-}
-
-void BootLoader::shiftOut(uint8_t *read, size_t length) {
-    size_t available = output_.size() - std::min(outputPosition_, output_.size());
-    size_t count = std::min(length, available);
-    std::copy_n(output_.begin() + static_cast<ptrdiff_t>(outputPosition_), count, read);
-    std::fill_n(read + count, length - count, uint8_t{0});
-    outputPosition_ += count;
+    output.insert(output.end(), status.begin(), status.end());
+    port_.load(std::move(output));
 }
 
 void BootLoader::record(const SpiSettings &settings, const uint8_t *written, size_t writeLength,

@@ -26,6 +26,7 @@
 #include "bootloader/boot_loader_options.h"
 #include "bootloader/flash_file_system.h"
 #include "bootloader/reply.h"
+#include "bootloader/reply_port.h"
 #include "spi_master.h"
 #include "spi_peer.h"
 
@@ -88,8 +89,6 @@ class BootLoader : public SpiPeer {
     bool working(Clock::time_point now) const;
     void hearCommand(const uint8_t *written, size_t length, Clock::time_point now);
     void hearStatusQuery(bool readLater);
-    void readOutput(uint8_t *read, size_t length, Clock::time_point now);
-    void shiftOut(uint8_t *read, size_t length);
     void record(const SpiSettings &settings, const uint8_t *written, size_t writeLength,
                 const uint8_t *read, size_t readLength);
     std::vector<uint8_t> statusRecord() const;
@@ -120,10 +119,8 @@ class BootLoader : public SpiPeer {
     LoopbackPeer loopback_;
     SpiPeer *otherTraffic_;
 
-    std::vector<uint8_t> output_; // the reply being read out
-    size_t outputPosition_ = 0;
+    ReplyPort port_;
     Clock::time_point busyUntil_{};
-    Clock::time_point idleBusyUntil_{};
     std::deque<SpiExchange> transfers_;
 
     // What the status record reports.
