@@ -79,18 +79,19 @@ class FakeRegistry {
         return true;
     }
     // As the system does: a value of more than 512 bytes with its terminator
-    // does not fit.
+    // does not fit, and the failed read may leave part of it in the buffer.
     static bool stringValue(RegistryKey *key, const Char16 *valueName, Char16 *value,
                             size_t capacity) {
         const std::map<Text, Text> &values = current->keys_.at(handle(key)->path).values;
         auto found = values.find(valueName);
-        if (found == values.end() ||
-            (found->second.size() + 1) * sizeof(Char16) > xdsp::os::registryValueBytes ||
-            found->second.size() + 1 > capacity)
+        if (found == values.end())
             return false;
-        std::copy(found->second.begin(), found->second.end(), value);
-        value[found->second.size()] = 0;
-        return true;
+        const Text &text = found->second;
+        size_t fits = std::min(capacity - 1, xdsp::os::registryValueBytes / sizeof(Char16));
+        std::copy(text.begin(), text.begin() + std::min(text.size(), fits), value);
+        value[std::min(text.size(), fits)] = 0;
+        return (text.size() + 1) * sizeof(Char16) <= xdsp::os::registryValueBytes &&
+               text.size() < capacity;
     }
     static void close(RegistryKey *key) {
         --current->openKeys_;
@@ -296,7 +297,7 @@ TEST(SerialCompanion, ExportAcceptsNullArgumentsAndKeepsTheLastError) {
 
 #ifdef _WIN32 // the system's own registry, through the export
 namespace {
-const wchar_t *const testBranch = L"SYSTEM\\CurrentControlSet\\Enum\\USB\\";
+const std::wstring usbKey = L"SYSTEM\\CurrentControlSet\\Enum\\USB";
 
 // Keys made for one test under the USB branch, deleted again when it ends.
 class RegistryKeys {
@@ -304,10 +305,14 @@ class RegistryKeys {
     explicit RegistryKeys(std::vector<std::wstring> roots) : roots_(std::move(roots)) {
         removeAll();
     }
-    ~RegistryKeys() { removeAll(); }
+    ~RegistryKeys() {
+        removeAll();
+        // The branch itself goes too unless something else lives in it.
+        RegDeleteKeyW(HKEY_LOCAL_MACHINE, usbKey.c_str());
+    }
     bool set(const std::wstring &usbPath, const wchar_t *valueName, const std::wstring &value) {
         HKEY key = nullptr;
-        if (RegCreateKeyExW(HKEY_LOCAL_MACHINE, (testBranch + usbPath).c_str(), 0, nullptr, 0,
+        if (RegCreateKeyExW(HKEY_LOCAL_MACHINE, (usbKey + L"\\" + usbPath).c_str(), 0, nullptr, 0,
                             KEY_ALL_ACCESS, nullptr, &key, nullptr) != ERROR_SUCCESS)
             return false;
         LONG status =
@@ -320,7 +325,7 @@ class RegistryKeys {
   private:
     void removeAll() {
         for (const std::wstring &root : roots_)
-            RegDeleteTreeW(HKEY_LOCAL_MACHINE, (testBranch + root).c_str());
+            RegDeleteTreeW(HKEY_LOCAL_MACHINE, (usbKey + L"\\" + root).c_str());
     }
     std::vector<std::wstring> roots_;
 };

@@ -83,7 +83,8 @@ class RegistrySearch {
     }
 
     // Walks the subkeys of key in index order, opening those whose name passes
-    // wanted, and stops at the first that holds valueName, with it in value.
+    // wanted, and stops at the first that holds valueName, with it in value;
+    // value is empty when none does.
     template <typename NameTest>
     bool walk(os::RegistryKey *key, const Char16 *valueName, Char16 *value, NameTest wanted) {
         Char16 subkeyName[subkeyNameChars];
@@ -99,6 +100,8 @@ class RegistrySearch {
             if (found)
                 return true;
         }
+        // A failed read may have left part of a value behind.
+        value[0] = 0;
         return false;
     }
 
