@@ -80,6 +80,16 @@ class SysfsTree {
         fs::create_directories(node_dir);
         fs::create_directory_symlink(hidDevice, node_dir / "device");
     }
+    // The tty that a serial driver registered under interface 0 of the USB
+    // device that holds node, and the device's product string when given.
+    void addSerialPort(unsigned node, const char *tty, const char *product) {
+        fs::path usbDevice = root_ / ("devices/usb1/1-" + std::to_string(node));
+        fs::path usbInterface = usbDevice / ("1-" + std::to_string(node) + ":1.0");
+        fs::create_directories(usbInterface / "tty" / tty);
+        std::ofstream(usbInterface / "bInterfaceNumber") << "00\n";
+        if (product != nullptr)
+            std::ofstream(usbDevice / "product") << product << "\n";
+    }
     std::string root() const { return root_.string(); }
 
   private:
@@ -133,5 +143,54 @@ TEST(Enumeration, ExaminesAtMostSixtyFourInterfaces) {
     xdsp::os::setLastError(99);
     EXPECT_EQ(xdsp::discovery::enumerateDevices(lookupInTree, 0x20B1, 0xFFFF, nullptr, 0), 0u);
     EXPECT_EQ(xdsp::os::lastError(), 0u);
+}
+
+TEST(SerialCompanion, FindsTheTtyOfInterfaceZeroInSysfs) {
+    SysfsTree tree;
+    tree.add(4, 0x20B1, 0x0101, 2);
+    tree.addSerialPort(4, "ttyACM0", "XDSP Board");
+    tree.add(5, 0x20B1, 0x0101, 0); // interface 0 is the HID itself
+    tree.add(6, 0x20B1, 0x0101, 1);
+    tree.addSerialPort(6, "ttyACM1", nullptr);
+    tree.add(7, 0x20B1, 0x0101, 1);
+    tree.addSerialPort(7, "ttyACM2", "M\xC3\xBCller DSP \xF0\x9F\x8E\xB5");
+    tree.add(8, 0x20B1, 0x0101, 1);
+    tree.addSerialPort(8, "ttyACM3", std::string(80, 'p').c_str());
+
+    auto lookUp = [&tree](const Char16 *hidPath, Text *name, Text *port) {
+        Char16 nameBuffer[XDSP_FRIENDLY_NAME_CHARS];
+        Char16 portBuffer[XDSP_DEVICE_PATH_CHARS];
+        bool handled =
+            xdsp::os::serialPortAtRoot(tree.root().c_str(), hidPath, nameBuffer, portBuffer);
+        *name = handled ? nameBuffer : WIDE("-");
+        *port = handled ? portBuffer : WIDE("-");
+        return handled;
+    };
+    Text name;
+    Text port;
+    ASSERT_TRUE(lookUp(WIDE("/dev/hidraw4"), &name, &port));
+    EXPECT_EQ(name, Text(WIDE("XDSP Board (ttyACM0)")));
+    EXPECT_EQ(port, Text(WIDE("/dev/ttyACM0")));
+
+    ASSERT_TRUE(lookUp(WIDE("/dev/hidraw6"), &name, &port));
+    EXPECT_EQ(name, Text(WIDE("USB Serial Device (ttyACM1)"))) << "no product string";
+    EXPECT_EQ(port, Text(WIDE("/dev/ttyACM1")));
+
+    ASSERT_TRUE(lookUp(WIDE("/dev/hidraw7"), &name, &port));
+    EXPECT_EQ(name, Text(u"M\u00FCller DSP \U0001F3B5 (ttyACM2)")) << "UTF-8 product strings";
+
+    ASSERT_TRUE(lookUp(WIDE("/dev/hidraw8"), &name, &port));
+    EXPECT_EQ(name, Text(63, Char16('p'))) << "a long name is cut for the caller";
+    EXPECT_EQ(port, Text(WIDE("/dev/ttyACM3"))) << "the port comes from the tty itself";
+
+    for (const Char16 *withoutPort : {WIDE("/dev/hidraw5"), WIDE("/dev/hidraw99")}) {
+        ASSERT_TRUE(lookUp(withoutPort, &name, &port));
+        EXPECT_EQ(name, Text());
+        EXPECT_EQ(port, Text());
+    }
+    for (const Char16 *otherPath :
+         {WIDE("/dev/hidraw"), WIDE("/dev/hidraw4x"), WIDE("/dev/hidraw-4"),
+          WIDE("/tmp/board.sock"), WIDE("\\\\?\\hid#vid_20b1&pid_0101#7&1&0&0000#{g}"), WIDE("")})
+        EXPECT_FALSE(lookUp(otherPath, &name, &port)) << xdsp::test::narrow(otherPath);
 }
 #endif

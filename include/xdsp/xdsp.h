@@ -47,6 +47,7 @@ typedef int32_t xdsp_hresult;
 typedef void *xdsp_handle; /* an open device; NULL when none */
 
 #define XDSP_DEVICE_PATH_CHARS 260
+#define XDSP_FRIENDLY_NAME_CHARS 64 /* the serial port's display name, with its NUL */
 
 /* One enumerated HID interface; callers allocate arrays of these (528 bytes each). */
 typedef struct xdsp_device_record {
@@ -138,6 +139,22 @@ XDSP_EXPORT xdsp_bool XDSP_API GetMatchingHID_Device(const xdsp_char16 *idString
 XDSP_EXPORT const xdsp_char16 *XDSP_API ParseDeviceName(const xdsp_char16 *devicePath,
                                                         uint16_t *vendorId, uint16_t *productId,
                                                         uint16_t *interfaceNumber);
+
+/* ---- Serial-port companion ------------------------------------------------ */
+
+/* Finds the serial port on interface 0 of the USB device that holds the HID
+ * interface at hidPath, and writes its device path to portPath (260 characters)
+ * and its display name to friendlyName (64 characters; a longer name is cut to
+ * 63, while the port still comes from the whole name).
+ * Windows: follows the device instances under the registry's USB branch and
+ * writes "\\.\COMn"; when no port is found, "\\.\" and an empty name.
+ * Linux: for a /dev/hidrawN path, the tty under the USB device's interface 0
+ * ("/dev/ttyACMn", name "<product> (ttyACMn)"); both empty when none.
+ * Always TRUE; success shows in the outputs. Either output may be NULL (it is
+ * then skipped); a NULL hidPath finds nothing. Leaves the last-error alone. */
+XDSP_EXPORT xdsp_bool XDSP_API GetMatchingHID_COMDevice(const xdsp_char16 *hidPath,
+                                                        xdsp_char16 *portPath,
+                                                        xdsp_char16 *friendlyName);
 
 /* ---- SPI transfers ---------------------------------------------------------
  * The board's microcontroller is the SPI master of its DSP. spiSelect, busyMask,

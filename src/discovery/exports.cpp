@@ -3,6 +3,7 @@
 #include "discovery/matching_device.h"
 #include "discovery/open_device.h"
 #include "discovery/parse_device_name.h"
+#include "discovery/serial_companion.h"
 
 static_assert(sizeof(xdsp_device_record) == 528, "callers allocate arrays of records");
 
@@ -58,5 +59,12 @@ XDSP_EXPORT const xdsp_char16 *XDSP_API ParseDeviceName(const xdsp_char16 *devic
         return nullptr;
     }
     return xdsp::discovery::parseDeviceName(devicePath, vendorId, productId, interfaceNumber);
+}
+
+XDSP_EXPORT xdsp_bool XDSP_API GetMatchingHID_COMDevice(const xdsp_char16 *hidPath,
+                                                        xdsp_char16 *portPath,
+                                                        xdsp_char16 *friendlyName) {
+    xdsp::discovery::matchingComDevice(hidPath, portPath, friendlyName);
+    return 1;
 }
 }

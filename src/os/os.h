@@ -142,4 +142,32 @@ EnumStep classDeviceAt(ClassSet *set, uint32_t index, xdsp_guid *classOut, uint3
 EnumStep classDeviceInterfaceAt(ClassSet *set, uint32_t deviceIndex, const xdsp_guid *deviceClass,
                                 uint32_t interfaceIndex, HidInterface *out, uint32_t *errorOut);
 
+// ---- serial-port companion --------------------------------------------------
+
+// A read-only view of the system registry under HKEY_LOCAL_MACHINE, as a table
+// so that the lookup can be run on a registry of a test's own making.
+struct RegistryKey;
+struct Registry {
+    // Opens path below parent (null: HKEY_LOCAL_MACHINE) for reading; null on failure.
+    RegistryKey *(*open)(RegistryKey *parent, const Char16 *path);
+    // The index-th subkey's name; false when the walk is over or the name does
+    // not fit capacity characters with its terminator.
+    bool (*subkeyName)(RegistryKey *key, uint32_t index, Char16 *name, size_t capacity);
+    // A string value of at most registryValueBytes bytes into value (capacity
+    // characters, terminated); false when absent, not a string or longer.
+    bool (*stringValue)(RegistryKey *key, const Char16 *valueName, Char16 *value, size_t capacity);
+    void (*close)(RegistryKey *key);
+};
+inline constexpr size_t registryValueBytes = 512;
+
+// The system's registry; null where the system has none.
+const Registry *systemRegistry();
+
+// For a HID path that the system's device tree names directly (Linux
+// /dev/hidrawN), the serial port on interface 0 of the same USB device: fills
+// the 64-character friendly name and the 260-character port path, both empty
+// when there is none, and returns true. False for every other path, which is
+// then left to the registry.
+bool deviceTreeSerialPort(const Char16 *hidPath, Char16 *friendlyName, Char16 *portPath);
+
 } // namespace xdsp::os

@@ -52,4 +52,44 @@ void asciiToPath(const char *text, Char16 *out, size_t capacity) {
     out[length] = 0;
 }
 
+void utf8ToText(const char *text, Char16 *out, size_t capacity) {
+    if (capacity == 0)
+        return;
+    const auto *byte = reinterpret_cast<const unsigned char *>(text);
+    size_t length = 0;
+    while (*byte != 0) {
+        uint32_t codePoint = *byte++;
+        int following = 0;
+        if (codePoint >= 0xC2 && codePoint < 0xE0) {
+            following = 1;
+            codePoint &= 0x1F;
+        } else if (codePoint >= 0xE0 && codePoint < 0xF0) {
+            following = 2;
+            codePoint &= 0x0F;
+        } else if (codePoint >= 0xF0 && codePoint < 0xF5) {
+            following = 3;
+            codePoint &= 0x07;
+        } else if (codePoint >= 0x80) {
+            codePoint = 0xFFFD;
+        }
+        for (; following > 0; --following) {
+            if ((*byte & 0xC0) != 0x80) {
+                codePoint = 0xFFFD;
+                break;
+            }
+            codePoint = (codePoint << 6) | (*byte++ & 0x3F);
+        }
+        size_t units = codePoint >= 0x10000 ? 2 : 1;
+        if (length + units >= capacity)
+            break;
+        if (units == 2) {
+            out[length++] = static_cast<Char16>(0xD800 + ((codePoint - 0x10000) >> 10));
+            out[length++] = static_cast<Char16>(0xDC00 + ((codePoint - 0x10000) & 0x3FF));
+        } else {
+            out[length++] = static_cast<Char16>(codePoint);
+        }
+    }
+    out[length] = 0;
+}
+
 } // namespace xdsp::os

@@ -9,5 +9,8 @@ namespace xdsp::os {
 bool pathToUtf8(const Char16 *path, char *out, size_t capacity);
 // Bounded, always terminated; characters are ASCII in every path we produce.
 void asciiToPath(const char *text, Char16 *out, size_t capacity);
+// Text that sysfs gives in UTF-8 (a product name), bounded and always
+// terminated; a malformed sequence becomes U+FFFD.
+void utf8ToText(const char *text, Char16 *out, size_t capacity);
 
 } // namespace xdsp::os
