@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstdio>
 #include <string>
 
@@ -152,15 +153,18 @@ TEST_P(AudioWire, EchoMismatchDumpsBothSidesFromTheFirstDifference) {
         reply.at(8 + spoilt) ^= 0xFF;
         return reply;
     });
-    Bytes data(50);
-    for (size_t i = 0; i < data.size(); ++i)
-        data[i] = static_cast<uint8_t>(0xA0 + i);
-    Bytes received = data;
+    // The caller's bytes, and what comes back with the one at inverted spoilt.
+    auto pattern = [](size_t inverted) {
+        Bytes bytes(50);
+        for (size_t i = 0; i < bytes.size(); ++i)
+            bytes[i] = static_cast<uint8_t>((0xA0 + i) ^ (i == inverted ? 0xFF : 0));
+        return bytes;
+    };
+    const Bytes data = pattern(SIZE_MAX);
 
     for (size_t at : {size_t{3}, size_t{45}}) {
         spoilt = at;
-        received = data;
-        received[at] ^= 0xFF;
+        Bytes received = pattern(at);
         scripted.capture.clear();
         EXPECT_EQ(Halvio_Echo(data.data(), 50), 0);
         // 20 bytes from index 3; only the 5 that are left from index 45.
