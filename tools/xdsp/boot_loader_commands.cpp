@@ -1,6 +1,5 @@
 #include "boot_loader_commands.h"
 #include "board_session.h"
-#include "bootloader/ole_date.h"
 #include "text_output.h"
 
 #include <algorithm>
@@ -29,14 +28,6 @@ FileEntry fileEntry(int32_t index) {
     BootLoader_GetFileDesc(index, &entry.type, &entry.start, &entry.end, &entry.faiBytes,
                            entry.name, 64, &entry.created, &entry.modified);
     return entry;
-}
-
-std::string dateText(double date) {
-    if (date == 0.0)
-        return "-";
-    char text[xdsp::bootloader::dateTextChars];
-    xdsp::bootloader::formatDateText(date, text);
-    return text;
 }
 
 // Opens the board and reads what its boot loader reports; false after a message.
@@ -199,5 +190,24 @@ int bootProgram(const std::string &devicePath) {
         return 1;
     BootLoader_Boot();
     std::printf("DSP program started\n");
+    return 0;
+}
+
+int showStatus(const std::string &devicePath) {
+    // The boot loader's layout of its record; the library hands it over as words.
+    static constexpr const char *labels[] = {
+        "boot-loader version", "product code",    "DSP identification", "memory identification",
+        "flash bytes",         "program starts",  "last command code",  "commands carried out",
+        "commands refused",    "files allocated", "file being written", "bytes written to it",
+        "SPI transfers heard", "reserved",        "reserved",           "reserved"};
+    BoardSession session(devicePath);
+    if (!identify(session))
+        return 1;
+    uint32_t status[std::size(labels)] = {};
+    if (!XMOS_DSP_STAT(status))
+        return failure("the DSP sent no status record");
+    std::printf("%2s  %-8s  %10s  %s\n", "#", "hex", "decimal", "meaning");
+    for (size_t i = 0; i < std::size(labels); ++i)
+        std::printf("%2zu  %08X  %10u  %s\n", i, status[i], status[i], labels[i]);
     return 0;
 }

@@ -1,4 +1,5 @@
-// The boot loader's jobs at a bench: list the board's files, upload one, boot.
+// The boot loader's jobs at a bench: list the board's files, upload one, boot,
+// read its status record.
 #pragma once
 
 #include <cstdint>
@@ -17,3 +18,4 @@ struct UploadRequest {
 int listFiles(const std::string &devicePath);
 int uploadFile(const std::string &devicePath, const UploadRequest &request);
 int bootProgram(const std::string &devicePath);
+int showStatus(const std::string &devicePath);

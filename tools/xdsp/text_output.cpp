@@ -1,5 +1,6 @@
 #include "text_output.h"
 
+#include "bootloader/ole_date.h"
 #include "os/os.h"
 
 #include <cstdio>
@@ -27,6 +28,19 @@ std::basic_string<xdsp_char16> fromUtf8(const std::string &text) {
     for (unsigned char c : text)
         out += static_cast<xdsp_char16>(c); // device paths are ASCII
     return out;
+}
+
+std::string dateText(double date) {
+    if (date == 0.0)
+        return "-";
+    char text[xdsp::bootloader::dateTextChars];
+    xdsp::bootloader::formatDateText(date, text);
+    return text;
+}
+
+int failure(const std::string &what) {
+    std::fprintf(stderr, "xdsp: %s (error %u)\n", what.c_str(), xdsp_last_error());
+    return 1;
 }
 
 void routeDebugToStderr() {

@@ -1,0 +1,16 @@
+// The microcontroller's own jobs at a bench: GPIO lines, ADC channels, flash.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+// Largest read `flash read` takes, so a slip of the finger cannot dump megabytes.
+inline constexpr uint32_t flashReadLimit = 65536;
+
+// Applies output first when given, then prints the GPIO input word.
+int showGpio(const std::string &devicePath, std::optional<uint16_t> output);
+// Samples the four ADC channels once and prints their readings.
+int showAdc(const std::string &devicePath);
+// Hex dump of count bytes of the board's flash from address.
+int dumpFlash(const std::string &devicePath, uint32_t address, uint32_t count);
