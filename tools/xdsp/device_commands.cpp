@@ -59,6 +59,7 @@ int showAdc(const std::string &devicePath) {
     for (uint32_t channel = 0; channel < adcChannels; ++channel)
         readings[channel] = GetADCIn(channel);
     XMOS_EnableADC(0);
+    letReportsPass();
     for (uint32_t channel = 0; channel < adcChannels; ++channel)
         std::printf("ADC %u: %5u  (0x%04X)\n", channel, readings[channel], readings[channel]);
     return 0;

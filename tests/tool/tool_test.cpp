@@ -1,0 +1,219 @@
+// The xdsp tool run as a user runs it, against an emulated board served by the
+// test: what it prints, and its exit codes.
+#include "board.h"
+#include "virtual_device_server.h"
+#include "xdsp/xdsp.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <fstream>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using namespace xdsp;
+
+namespace {
+struct Outcome {
+    int exitCode = -1;
+    std::string text;
+};
+
+enum class Capture { everything, errorsOnly };
+
+Outcome runTool(const std::string &arguments, Capture capture = Capture::everything) {
+    std::string command = std::string(XDSP_TOOL_PATH) + " " + arguments +
+                          (capture == Capture::everything ? " 2>&1" : " 2>&1 >/dev/null");
+    Outcome outcome;
+    FILE *pipe = popen(command.c_str(), "r");
+    if (pipe == nullptr)
+        return outcome;
+    char buffer[4096];
+    size_t got = 0;
+    while ((got = std::fread(buffer, 1, sizeof buffer, pipe)) > 0)
+        outcome.text.append(buffer, got);
+    int status = pclose(pipe);
+    outcome.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return outcome;
+}
+
+// A board served at a fresh path for the tool to open with -d.
+class ServedBoard {
+  public:
+    explicit ServedBoard(emu::BoardOptions options = {})
+        : board_(std::move(options)), server_(board_) {
+        static int made = 0;
+        path_ = "/tmp/xdsp-tool-test-" + std::to_string(getpid()) + "-" + std::to_string(++made) +
+                ".sock";
+        started_ = server_.start(path_);
+    }
+    emu::Board &board() { return board_; }
+    bool started() const { return started_; }
+    const std::string &path() const { return path_; }
+    Outcome run(const std::string &arguments, Capture capture = Capture::everything) {
+        return runTool(arguments + " -d " + path_, capture);
+    }
+
+  private:
+    emu::Board board_;
+    emu::VirtualDeviceServer server_;
+    std::string path_;
+    bool started_ = false;
+};
+
+emu::BoardOptions withBootLoader() {
+    emu::BoardOptions options;
+    options.bootLoader = emu::BootLoaderOptions{};
+    return options;
+}
+
+emu::BoardOptions withAudioFirmware() {
+    emu::BoardOptions options;
+    options.audioFirmware = emu::AudioFirmwareOptions{};
+    return options;
+}
+
+bool contains(const Outcome &outcome, const std::string &text) {
+    return outcome.text.find(text) != std::string::npos;
+}
+} // namespace
+
+TEST(Tool, InfoGpioAndAdcShowWhatTheBoardReports) {
+    emu::BoardOptions options;
+    options.productName = "Bench Board 7";
+    options.gpioInputs = 0x5A3C;
+    ServedBoard served(options);
+    ASSERT_TRUE(served.started());
+    served.board().setAdcReading(2, 0x3FFF);
+
+    Outcome info = served.run("info");
+    EXPECT_EQ(info.exitCode, 0) << info.text;
+    EXPECT_TRUE(contains(info, "Product: Bench Board 7")) << info.text;
+
+    Outcome gpio = served.run("gpio --set 0xBEEF");
+    EXPECT_EQ(gpio.exitCode, 0) << gpio.text;
+    EXPECT_TRUE(contains(gpio, "GPIO inputs:  0x5A3C")) << gpio.text;
+    EXPECT_EQ(served.board().gpioOutputs(), 0xBEEF);
+
+    Outcome adc = served.run("adc");
+    EXPECT_EQ(adc.exitCode, 0) << adc.text;
+    EXPECT_TRUE(contains(adc, "ADC 0:   256")) << adc.text;
+    EXPECT_TRUE(contains(adc, "ADC 2: 16383")) << adc.text;
+    EXPECT_TRUE(contains(adc, "ADC 3:  1024")) << adc.text;
+    EXPECT_FALSE(served.board().adcSampling()); // switched off again
+}
+
+TEST(Tool, FlashReadDumpsAcrossChunksAndRefusesWhatTheFlashLacks) {
+    ServedBoard served;
+    ASSERT_TRUE(served.started());
+    // Written through the library, in the two pieces one write carries.
+    uint8_t data[300];
+    for (size_t i = 0; i < sizeof data; ++i)
+        data[i] = static_cast<uint8_t>(i);
+    std::u16string path(served.path().begin(), served.path().end());
+    ASSERT_TRUE(InitializeHIDUSBPacketPath(path.c_str()));
+    uint8_t record[188] = {};
+    GetProductNameStruct(record); // the link runs once the board has answered
+    ASSERT_TRUE(WriteFLASH(0x1F0, 0, data, 256));
+    ASSERT_TRUE(WriteFLASH(0x2F0, 0, data + 256, 44));
+    DestroyHIDUSBPacket();
+
+    Outcome dump = served.run("flash read 1F0 300");
+    EXPECT_EQ(dump.exitCode, 0) << dump.text;
+    EXPECT_TRUE(contains(dump, "000001F0  00 01 02 03 04 05 06 07 08 09 0A 0B 0C 0D 0E 0F  |"))
+        << dump.text;
+    // The second read's first bytes, and the short last line.
+    EXPECT_TRUE(contains(dump, "000002F0  00 01 02 03")) << dump.text;
+    EXPECT_TRUE(contains(dump, "00000310  20 21 22 23 24 25 26 27 28 29 2A 2B")) << dump.text;
+    EXPECT_FALSE(contains(dump, "00000320")) << dump.text;
+
+    Outcome past = served.run("flash read 0x000FFF00 512", Capture::errorsOnly);
+    EXPECT_EQ(past.exitCode, 1);
+    EXPECT_TRUE(contains(past, "(error 1359)")) << past.text;
+}
+
+TEST(Tool, StatPrintsTheBootLoaderRecord) {
+    emu::BoardOptions options = withBootLoader();
+    options.bootLoader->version = 0x123;
+    ServedBoard served(options);
+    ASSERT_TRUE(served.started());
+    Outcome stat = served.run("stat");
+    EXPECT_EQ(stat.exitCode, 0) << stat.text;
+    EXPECT_TRUE(contains(stat, " 0  00000123         291  boot-loader version")) << stat.text;
+    EXPECT_TRUE(contains(stat, " 4  00200000     2097152  flash bytes")) << stat.text;
+}
+
+TEST(Tool, UploadedFileShowsInTheListing) {
+    ServedBoard served(withBootLoader());
+    ASSERT_TRUE(served.started());
+    std::string file = "/tmp/xdsp-tool-test-" + std::to_string(getpid()) + ".bin";
+    {
+        std::ofstream out(file, std::ios::binary);
+        for (int i = 0; i < 1001; ++i) // odd: the tool pads it
+            out.put(static_cast<char>(i * 7));
+    }
+    Outcome upload = served.run("upload " + file + " -i 3 -n bench.bin");
+    std::remove(file.c_str());
+    EXPECT_EQ(upload.exitCode, 0) << upload.text;
+    EXPECT_TRUE(contains(upload, "padded with a zero byte")) << upload.text;
+    EXPECT_TRUE(contains(upload, "Uploaded 1002 bytes as file 3")) << upload.text;
+
+    Outcome ls = served.run("ls");
+    EXPECT_EQ(ls.exitCode, 0) << ls.text;
+    EXPECT_TRUE(contains(ls, " 3  Data  00010000  00011000")) << ls.text;
+    EXPECT_TRUE(contains(ls, "bench.bin")) << ls.text;
+}
+
+TEST(Tool, AudioCommandsReachTheFirmware) {
+    emu::BoardOptions options = withAudioFirmware();
+    options.audioFirmware->faults.corruptEchoIndex = 5;
+    options.audioFirmware->faults.corruptEchoReplies = 1;
+    ServedBoard served(options);
+    ASSERT_TRUE(served.started());
+
+    Outcome mute = served.run("audio mute on");
+    EXPECT_EQ(mute.exitCode, 0) << mute.text;
+    EXPECT_TRUE(contains(mute, "Mute on (the firmware answers 1)")) << mute.text;
+    Outcome source = served.run("audio source 3");
+    EXPECT_TRUE(contains(source, "Source 3 (the firmware answers 3)")) << source.text;
+
+    Outcome file = served.run("audio file 1");
+    EXPECT_EQ(file.exitCode, 0) << file.text;
+    EXPECT_TRUE(contains(file, "File 1: Concert Hall")) << file.text;
+    EXPECT_TRUE(contains(file, "Created:  2023-12-25 08:00:00")) << file.text;
+    EXPECT_TRUE(contains(file, "Modified: 2024-03-01 13:05:09")) << file.text;
+    EXPECT_EQ(served.run("audio file 9").exitCode, 1);
+
+    // The first echo comes back with one byte spoilt, the next one whole.
+    EXPECT_EQ(served.run("audio echo 400").exitCode, 1);
+    Outcome echo = served.run("audio echo 400");
+    EXPECT_EQ(echo.exitCode, 0) << echo.text;
+    EXPECT_TRUE(contains(echo, "Echo of 400 bytes matches")) << echo.text;
+}
+
+TEST(Tool, BuiltInEmulatorRunsTheAudioFirmwareForAudio) {
+    Outcome file = runTool("audio file 2");
+    if (!contains(file, "built-in emulator"))
+        GTEST_SKIP() << "a board is attached";
+    EXPECT_EQ(file.exitCode, 0) << file.text;
+    EXPECT_TRUE(contains(file, "File 2: Studio B")) << file.text;
+}
+
+TEST(Tool, BadArgumentsFailBeforeTheBoardIsOpened) {
+    ServedBoard served;
+    ASSERT_TRUE(served.started());
+    for (const char *arguments :
+         {"gpio --set 10000", "gpio --set zz", "flash read 0 0", "flash read 0 65537",
+          "flash read FFFFFFFF 2", "audio mute maybe", "audio echo 401", "audio echo 3",
+          "audio algorithm 256", "frobnicate"}) {
+        Outcome outcome = served.run(arguments, Capture::errorsOnly);
+        EXPECT_NE(outcome.exitCode, 0) << arguments;
+        EXPECT_FALSE(outcome.text.empty()) << arguments;
+    }
+    EXPECT_EQ(served.board().outputReportCount(), 0u);
+
+    Outcome absent = runTool("info -d /tmp/xdsp-tool-test-no-such-board", Capture::errorsOnly);
+    EXPECT_EQ(absent.exitCode, 1);
+    EXPECT_TRUE(contains(absent, "(error 2)")) << absent.text;
+}
