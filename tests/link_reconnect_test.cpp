@@ -82,3 +82,24 @@ TEST(ForcedStop, ThreadBlockedInAReadIsStoppedAfterOneSecond) {
     EXPECT_TRUE(eventually([] { return link::linkRunning(); }));
     EXPECT_EQ(DestroyHIDUSBPacket(), 1);
 }
+
+TEST(BoardFaults, WrongMagicHidesTheGpioWordAndWrongChecksumOnlyTheResponse) {
+    Capture capture;
+    EmulatedBoard emulated;
+    ASSERT_TRUE(emulated.openAndSettle(capture));
+    emulated.board().corruptMagic(1000000);
+    emulated.board().setGpioInputs(0x0400);
+    uint32_t reports = emulated.board().outputReportCount();
+    ASSERT_TRUE(eventually([&] { return emulated.board().outputReportCount() > reports + 20; }));
+    EXPECT_EQ(GetGPIOIn(), 0) << "a report with a wrong magic stores no GPIO word";
+
+    emulated.board().corruptMagic(0);
+    emulated.board().corruptChecksum(1000000);
+    EXPECT_TRUE(eventually([] { return GetGPIOIn() == 0x0400; }));
+    capture.clear();
+    emulated.board().injectResponse(0xF000, std::vector<uint8_t>(188, 0x41));
+    reports = emulated.board().outputReportCount();
+    ASSERT_TRUE(eventually([&] { return emulated.board().outputReportCount() > reports + 20; }));
+    EXPECT_EQ(capture.count(WIDE("HID: ProductName: ")), 0u) << "no response behind a bad checksum";
+    EXPECT_EQ(DestroyHIDUSBPacket(), 1);
+}
