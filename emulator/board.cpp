@@ -157,14 +157,6 @@ bool Board::inspectBootLoader(const std::function<void(BootLoader &)> &visit) {
     return true;
 }
 
-bool Board::inspectAudioFirmware(const std::function<void(AudioFirmware &)> &visit) {
-    Locked locked(lock_);
-    if (!audioFirmware_)
-        return false;
-    visit(*audioFirmware_);
-    return true;
-}
-
 std::vector<std::vector<uint8_t>> Board::receivedCommands() const {
     Locked locked(lock_);
     return {receivedCommands_.begin(), receivedCommands_.end()};

@@ -64,8 +64,6 @@ class Board {
     // Runs visit on the boot loader with the board's lock held, for tests to read
     // its state and switch its faults; false when the board has none.
     bool inspectBootLoader(const std::function<void(BootLoader &)> &visit);
-    // The same for the audio firmware.
-    bool inspectAudioFirmware(const std::function<void(AudioFirmware &)> &visit);
 
     // Each output report that differed from the one before it (the first of
     // each connection included), oldest first, the last receivedCommandLimit.

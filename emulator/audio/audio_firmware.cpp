@@ -57,7 +57,6 @@ void AudioFirmware::transfer(const SpiSettings &settings, const uint8_t *written
     if (startsWith(written, writeLength, userFamily.data(), userFamily.size())) {
         // A frame cut short of its header cannot be told from noise.
         if (writeLength >= frameHeaderLength) {
-            ++commandsHeard_;
             port_.load(answer(written[4], written[5], written + frameHeaderLength,
                               writeLength - frameHeaderLength));
             busyUntil_ = now + std::chrono::microseconds(options_.commandBusyMicros);
@@ -97,7 +96,6 @@ std::vector<uint8_t> AudioFirmware::answer(uint8_t code, uint8_t count, const ui
         break;
     case resetCode:
         state_ = AudioState{};
-        ++resets_;
         return {};
     default:
         reply = refusal(code);

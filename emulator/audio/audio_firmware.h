@@ -47,11 +47,6 @@ class AudioFirmware : public SpiPeer {
                   uint8_t *read, size_t readLength, Clock::time_point now) override;
     uint16_t busyLines(Clock::time_point now) const override;
 
-    AudioFaults &faults() { return faults_; }
-    const AudioState &state() const { return state_; }
-    uint32_t resets() const { return resets_; }
-    uint32_t commandsHeard() const { return commandsHeard_; }
-
   private:
     std::vector<uint8_t> answer(uint8_t code, uint8_t count, const uint8_t *arguments,
                                 size_t length);
@@ -66,8 +61,6 @@ class AudioFirmware : public SpiPeer {
     LoopbackPeer loopback_;
     ReplyPort port_;
     Clock::time_point busyUntil_{};
-    uint32_t resets_ = 0;
-    uint32_t commandsHeard_ = 0;
 };
 
 } // namespace xdsp::emu
