@@ -2,7 +2,9 @@
 #include "support/emulated_board.h"
 
 #include <gtest/gtest.h>
-#ifndef _WIN32
+#ifdef _WIN32
+#include <windows.h>
+#else
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -59,7 +61,21 @@ TEST(OpenClose, OpensReportsLengthsAndRefusesASecondHandle) {
     EXPECT_EQ(InitializeHIDUSBPacketPath(emulated.path().c_str()), 0);
     EXPECT_EQ(os::lastError(), 32u);
     EXPECT_EQ(IsOnline(), 0);
-    os::deviceClose(static_cast<os::Device *>(device));
+#ifdef _WIN32
+    CloseHandle(device);
+#else
+    EXPECT_EQ(xdsp_close_device(device), 1);
+    os::setLastError(0);
+    EXPECT_EQ(xdsp_close_device(nullptr), 0);
+    EXPECT_EQ(os::lastError(), 6u);
+#endif
+    device = OpenUSBHIDDevicePath(emulated.path().c_str());
+    ASSERT_NE(device, nullptr) << "closing gave up the exclusive hold";
+#ifdef _WIN32
+    CloseHandle(device);
+#else
+    xdsp_close_device(device);
+#endif
 
     input = 7;
     EXPECT_EQ(GetHIDUSBSizes(nullptr, &input, nullptr, nullptr), 0);

@@ -49,6 +49,46 @@ typedef void *xdsp_handle; /* an open device; NULL when none */
 #define XDSP_DEVICE_PATH_CHARS 260
 #define XDSP_FRIENDLY_NAME_CHARS 64 /* the serial port's display name, with its NUL */
 
+/* ---- Numbers a caller compares with ------------------------------------------
+ * Last-error codes are Windows system codes on every platform. */
+#define XDSP_ERROR_SUCCESS 0
+#define XDSP_ERROR_FILE_NOT_FOUND 2     /* no device or virtual device at the path */
+#define XDSP_ERROR_ACCESS_DENIED 5      /* the user may not open the device */
+#define XDSP_ERROR_INVALID_HANDLE 6     /* no link running; a device that went away */
+#define XDSP_ERROR_FILE_TABLE_LOST 7    /* BootLoader_Send: the file table re-read failed */
+#define XDSP_ERROR_FORMAT_FAILED 11     /* BootLoader_Send: the format step failed */
+#define XDSP_ERROR_SHARING_VIOLATION 32 /* the device is held by another handle */
+#define XDSP_ERROR_NOT_OPEN 55          /* DestroyHIDUSBPacket: nothing open */
+#define XDSP_ERROR_INVALID_PARAMETER 87 /* an argument that would run past a buffer */
+#define XDSP_ERROR_INTERNAL 1359        /* no answer in time, or the board's error bit */
+#define XDSP_ERROR_CHECKSUM_MISMATCH 0x8009700DU /* BootLoader_Send: checksums differ */
+
+/* Results of XMOS_EnableADC and GetLayoutStruct. */
+#define XDSP_WAIT_SIGNALLED 0
+#define XDSP_WAIT_TIMEOUT 258
+
+/* Records the caller allocates, in bytes. */
+#define XDSP_PRODUCT_NAME_RECORD_SIZE 188 /* GetProductNameStruct */
+#define XDSP_PRODUCT_NAME_OFFSET 16       /* where the zero-terminated name starts */
+#define XDSP_LAYOUT_RECORD_SIZE 212       /* GetLayoutStruct */
+#define XDSP_CALIBRATION_BLOCK_SIZE 40    /* WriteCalibrate, ReadCalibrate */
+#define XDSP_PELLIX_RECORD_SIZE 8         /* GetPellixStruct */
+#define XDSP_DEVICE_RECORD_SIZE 528       /* xdsp_device_record */
+#define XDSP_STATUS_WORDS 16              /* XMOS_DSP_STAT */
+
+/* The boot loader's files: indexes 0 to 14 (BootLoader_MaxFiles), and the boot
+ * image, which BootLoader_Send calls by index 31415 and which close and the
+ * checksum queries call by file number 300. */
+#define XDSP_MAX_FILES 15
+#define XDSP_BOOT_FILE_INDEX 31415
+#define XDSP_BOOT_FILE_NUMBER 300
+
+/* File types (BootLoader_GetTypeName). */
+#define XDSP_FILE_TYPE_DATA 0
+#define XDSP_FILE_TYPE_BOOT 1
+#define XDSP_FILE_TYPE_FPGA 2
+#define XDSP_FILE_TYPE_LINK 3
+
 /* One enumerated HID interface; callers allocate arrays of these (528 bytes each). */
 typedef struct xdsp_device_record {
     uint32_t matchNumber; /* position among the matches of the enumeration, from 0 */
@@ -491,6 +531,10 @@ XDSP_EXPORT void xdsp_set_debug_handler(xdsp_debug_handler handler,
                                         void *context); /* NULL: silent */
 XDSP_EXPORT void xdsp_set_message_handler(xdsp_message_handler handler,
                                           void *context); /* NULL: silent, returns 1 (OK) */
+/* Closes a handle from OpenUSBHIDDevice or OpenUSBHIDDevicePath and gives up
+ * its exclusive hold on the device, as CloseHandle does on Windows. TRUE; FALSE
+ * with last-error 6 for NULL. A handle must be closed once only. */
+XDSP_EXPORT xdsp_bool xdsp_close_device(xdsp_handle device);
 #endif
 
 #ifdef __cplusplus

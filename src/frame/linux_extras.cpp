@@ -19,5 +19,14 @@ XDSP_EXPORT void xdsp_set_debug_handler(xdsp_debug_handler handler, void *contex
 XDSP_EXPORT void xdsp_set_message_handler(xdsp_message_handler handler, void *context) {
     xdsp::os::setMessageSink(handler, context);
 }
+
+XDSP_EXPORT xdsp_bool xdsp_close_device(xdsp_handle device) {
+    if (device == nullptr) {
+        xdsp::os::setLastError(xdsp::os::error::invalidHandle);
+        return 0;
+    }
+    xdsp::os::deviceClose(static_cast<xdsp::os::Device *>(device));
+    return 1;
+}
 }
 #endif
