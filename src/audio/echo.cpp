@@ -41,7 +41,7 @@ extern "C" XDSP_EXPORT xdsp_bool XDSP_API Halvio_Echo(const uint8_t *data, uint3
         xdsp::os::setLastError(xdsp::os::error::invalidParameter);
         return 0;
     }
-    XMOSBoot_Flush();
+    xdsp::bootloader::flush();
     xdsp::debugWrite(WIDE("Echo:\r\n"));
 
     // Whole 16-bit words only; the bytes go as they are, not pair-swapped.

@@ -128,7 +128,7 @@ XDSP_EXPORT xdsp_bool XDSP_API XMOSBoot_Run(void) {
 }
 
 XDSP_EXPORT xdsp_bool XDSP_API XMOSBoot_FormatBootFile(int32_t value) {
-    XMOSBoot_Flush();
+    flush();
     uint8_t reply[replyBytes] = {};
     uint8_t command[8];
     rawCommand(command, 0x3A, static_cast<uint16_t>(value & 0xFFFF));
@@ -137,9 +137,9 @@ XDSP_EXPORT xdsp_bool XDSP_API XMOSBoot_FormatBootFile(int32_t value) {
 }
 
 XDSP_EXPORT xdsp_bool XDSP_API XMOSBoot_CloseFile(uint32_t fileIndex) {
-    XMOSBoot_Flush();
+    flush();
     xdsp::os::sleepMs(closePauseMs);
-    XMOSBoot_Flush();
+    flush();
     uint8_t reply[replyBytes] = {};
     uint8_t command[8];
     rawCommand(command, 0x32, closingNumber(fileIndex));
@@ -153,7 +153,7 @@ XDSP_EXPORT xdsp_bool XDSP_API XMOSBoot_CloseFile(uint32_t fileIndex) {
 }
 
 XDSP_EXPORT xdsp_bool XDSP_API XMOSBoot_FormatFile(uint32_t fileIndex) {
-    XMOSBoot_Flush();
+    flush();
     uint8_t reply[replyBytes] = {};
     uint8_t command[8];
     rawCommand(command, 0x30, fileNumber(fileIndex));

@@ -29,8 +29,6 @@ constexpr size_t recordTypeOffset = 17;
 constexpr size_t recordBlockOffset = 138;
 constexpr size_t recordDumpLength = 70;
 
-constexpr uint32_t boxExclamation = 0x30; // OK button, exclamation icon
-
 uint16_t replyCode(const uint8_t *reply) {
     return bigEndian16(reply + echoOffset);
 }
@@ -104,7 +102,7 @@ void queryRecord(const Char16 *query, uint8_t *reply) {
                      recordReplyLength);
         return;
     }
-    XMOSBoot_Flush();
+    flush();
     transfer(busyMask(), settingFast, command, length, reply, recordReplyLength);
 }
 
@@ -151,7 +149,7 @@ void readRecord(unsigned fileNumber, FileDescriptor *descriptor) {
 extern "C" XDSP_EXPORT xdsp_bool XDSP_API XMOSBoot_BuildFAI(void) {
     using namespace xdsp::bootloader;
     for (int i = 0; i < 3; ++i)
-        XMOSBoot_Flush();
+        flush();
     std::memset(fileTable, 0, sizeof fileTable);
     uint8_t reply[tableReplyLength];
     if (!readTable(reply)) {
@@ -159,7 +157,7 @@ extern "C" XDSP_EXPORT xdsp_bool XDSP_API XMOSBoot_BuildFAI(void) {
         if (!readTable(reply)) {
             reportTableFailure(reply);
             // No caption: the system shows its default one.
-            xdsp::os::messageBox(WIDE("FAI Error"), nullptr, boxExclamation);
+            xdsp::os::messageBox(WIDE("FAI Error"), nullptr, xdsp::os::messageStyle::exclamation);
             return 0;
         }
     }

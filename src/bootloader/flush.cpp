@@ -1,5 +1,6 @@
 // Drains reply bytes the boot loader may still hold from an earlier command.
 #include "bootloader/framing.h"
+#include "commands/spi_transfer.h"
 #include "os/os.h"
 
 #include <cstring>
@@ -13,19 +14,20 @@ constexpr uint16_t spiSettingA = 3;
 constexpr int32_t flushMode = 1; // the only boot-loader transfers in mode 0x0303
 } // namespace
 
-extern "C" XDSP_EXPORT void XDSP_API XMOSBoot_Flush(void) {
-    using namespace xdsp::bootloader;
-    xdsp::os::sleepMs(settlePauseMs);
+namespace xdsp::bootloader {
+
+void flush() {
+    os::sleepMs(settlePauseMs);
     uint8_t pattern[patternLength] = {};
     if (readPrefixOn())
         std::memcpy(pattern, readPrefixBytes, sizeof readPrefixBytes);
     uint8_t dropped[patternLength];
-    uint16_t select = spiSelect();
-    WriteSPIEx(select, 0, flushMode, spiSettingA, settingFast, pattern, patternLength, dropped,
-               patternLength);
+    commands::SpiSettings settings{spiSelect(), 0, flushMode, spiSettingA, settingFast};
+    commands::spiTransfer(settings, pattern, patternLength, dropped, patternLength);
     // Stops as soon as the boot loader raises its busy line: it has something
     // of its own to say again.
     for (int i = 0; i < shortTransfers && !bootLoaderBusy(); ++i)
-        WriteSPIEx(select, 0, flushMode, spiSettingA, settingFast, pattern, shortLength, dropped,
-                   shortLength);
+        commands::spiTransfer(settings, pattern, shortLength, dropped, shortLength);
 }
+
+} // namespace xdsp::bootloader

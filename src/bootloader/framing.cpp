@@ -1,4 +1,5 @@
 #include "bootloader/framing.h"
+#include "commands/spi_transfer.h"
 #include "link/gpio_signal.h"
 #include "link/link_state.h"
 
@@ -35,8 +36,8 @@ void setSelectAndMask(uint16_t newSelect, uint16_t newMask) {
 
 bool transfer(uint16_t busyBits, uint16_t settingB, const uint8_t *writeData, uint32_t writeLength,
               uint8_t *readData, uint32_t readLength) {
-    return WriteSPIEx(spiSelect(), busyBits, 0, spiSettingA, settingB, writeData, writeLength,
-                      readData, readLength) != 0;
+    return commands::spiTransfer({spiSelect(), busyBits, 0, spiSettingA, settingB}, writeData,
+                                 writeLength, readData, readLength);
 }
 
 bool bootLoaderBusy() {
@@ -52,14 +53,13 @@ void waitWhileBootLoaderBusy(uint16_t busyBits) {
 void bootExchange(uint16_t exchangeSelect, uint16_t busyBits, uint16_t settingB,
                   const uint8_t *command, uint32_t commandLength, uint8_t *reply,
                   uint32_t replyLength) {
+    commands::SpiSettings settings{exchangeSelect, busyBits, 0, spiSettingA, settingB};
     if (commandLength != 0)
-        WriteSPIEx(exchangeSelect, busyBits, 0, spiSettingA, settingB, command, commandLength,
-                   nullptr, 0);
+        commands::spiTransfer(settings, command, commandLength, nullptr, 0);
     if (replyLength == 0)
         return;
     waitWhileBootLoaderBusy(busyBits);
-    WriteSPIEx(exchangeSelect, busyBits, 0, spiSettingA, settingB, readPrefixBytes,
-               sizeof readPrefixBytes, reply, replyLength);
+    commands::spiTransfer(settings, readPrefixBytes, sizeof readPrefixBytes, reply, replyLength);
 }
 
 void standardExchange(const uint8_t *command, uint32_t commandLength, uint8_t *reply,
@@ -69,7 +69,7 @@ void standardExchange(const uint8_t *command, uint32_t commandLength, uint8_t *r
                      replyLength);
         return;
     }
-    XMOSBoot_Flush();
+    flush();
     transfer(busyMask(), settingFast, command, commandLength, reply, replyLength);
 }
 

@@ -53,7 +53,7 @@ inline constexpr uint16_t settingFast = 100;
 inline constexpr uint16_t settingSlow = 50;
 inline constexpr uint32_t busyLineTimeoutMs = 3000;
 
-// One WriteSPIEx with the boot loader's select, mode flag 0 and setting A 3.
+// One SPI transfer with the boot loader's select, mode flag 0 and setting A 3.
 bool transfer(uint16_t mask, uint16_t settingB, const uint8_t *writeData, uint32_t writeLength,
               uint8_t *readData, uint32_t readLength);
 
@@ -61,6 +61,10 @@ bool transfer(uint16_t mask, uint16_t settingB, const uint8_t *writeData, uint32
 // running out of time is not an error.
 void waitWhileBootLoaderBusy(uint16_t mask);
 bool bootLoaderBusy();
+
+// Drains reply bytes the boot loader may still hold (at most 136 bytes, ending
+// early when its busy line rises).
+void flush();
 
 // Read-prefix pattern: the command (if any), then, when a reply is wanted, the
 // busy wait and "RD" with the read.

@@ -89,7 +89,7 @@ extern "C" {
 
 XDSP_EXPORT const xdsp_char16 *XDSP_API XMOSBoot_GetVersionType(void) {
     using namespace xdsp::bootloader;
-    XMOSBoot_Flush();
+    flush();
     uint8_t reply[replyBytes];
     queryCommand(WIDE("BOOT\\x0B\\x00"), reply, 14);
     if (fillerReply(reply))
@@ -127,7 +127,7 @@ XDSP_EXPORT const xdsp_char16 *XDSP_API XMOSBoot_GetMemoryType(void) {
 XDSP_EXPORT uint32_t XDSP_API XMOSBoot_GetMemorySize(void) {
     using namespace xdsp::bootloader;
     for (int i = 0; i < 3; ++i)
-        XMOSBoot_Flush();
+        flush();
     uint8_t reply[replyBytes];
     constexpr int attempts = 3;
     for (int attempt = 1; attempt <= attempts; ++attempt) {

@@ -18,7 +18,6 @@ constexpr uint32_t bootHeaderBytes = 256; // not counted in the boot file's chec
 constexpr uint32_t sectorBytes = 4096;
 constexpr uint32_t closeFailurePauseMs = 1500;
 constexpr uint32_t settlePauseMs = 2000;
-constexpr uint32_t boxExclamation = 0x30;
 
 namespace lastError {
 constexpr uint32_t badType = 222;
@@ -42,7 +41,7 @@ class Upload {
     // No caption: the system shows its default one.
     void fault(const Char16 *text) const {
         if (showErrors_)
-            os::messageBox(text, nullptr, boxExclamation);
+            os::messageBox(text, nullptr, os::messageStyle::exclamation);
     }
 
   private:

@@ -1,67 +1,50 @@
-// The 40-byte calibration block kept on the board: WriteCalibrate (0xF224) and
-// ReadCalibrate (0xF225). The block is opaque and travels in the caller's byte order.
-#include "commands/command_sequence.h"
-#include "frame/debug.h"
+// The 40-byte calibration block kept on the board: write (0xF224) and read
+// (0xF225). The block is opaque and travels in the caller's byte order.
+#include "commands/argument_checks.h"
+#include "commands/board_commands.h"
+#include "commands/command_runner.h"
+#include "commands/command_table.h"
 #include "link/link_state.h"
-#include "link/report_format.h"
+#include "xdsp/xdsp.h"
 
 #include <cstring>
 
+namespace xdsp::commands {
+
 namespace {
 constexpr size_t blockOffset = 13;
-constexpr size_t blockLength = 40;
+constexpr size_t blockLength = XDSP_CALIBRATION_BLOCK_SIZE;
 constexpr size_t payloadEnd = blockOffset + blockLength;
-constexpr int32_t commandErrorValue = -1;
-static_assert(sizeof xdsp::link::shared.calibrationRecord == blockLength);
+static_assert(sizeof link::shared.calibrationRecord == blockLength);
 } // namespace
 
-extern "C" {
-
-XDSP_EXPORT xdsp_bool XDSP_API WriteCalibrate(const uint8_t *block) {
-    using namespace xdsp;
-    using namespace xdsp::commands;
+bool writeCalibration(const uint8_t *block) {
     size_t outputLength = requireLink();
     if (outputLength == 0 || !reportHolds(WIDE("WriteCalibrate"), outputLength, payloadEnd) ||
         !bufferGiven(WIDE("WriteCalibrate"), WIDE("block"), block, blockLength))
-        return 0;
-
-    debugWrite(WIDE("Setting Calibrate...\n"));
-    awaitFreshReport();
-    waitWhileBusy(defaultBusyBoundMs);
-    link::resetResponseEvent();
-    if (!stage(payloadEnd,
-               [&](uint8_t *staging) { std::memcpy(staging + blockOffset, block, blockLength); })) {
-        linkLost();
-        return 0;
-    }
-    SendCommand(link::command::writeCalibration);
-    awaitNextReport();
-    if (commandFailed(WIDE("Error in WriteCalibrate\n")))
-        return 0;
-    os::sleepMs(successPauseMs);
-    os::setLastError(os::error::success);
-    return 1;
+        return false;
+    CommandOutcome outcome =
+        runCommand(writeCalibrationCommand, 0, payloadEnd, [&](uint8_t *staging) {
+            std::memcpy(staging + blockOffset, block, blockLength);
+        });
+    if (!outcome.sent)
+        return false;
+    succeed(writeCalibrationCommand);
+    return true;
 }
 
-XDSP_EXPORT int32_t XDSP_API ReadCalibrate(uint8_t *block) {
-    using namespace xdsp;
-    using namespace xdsp::commands;
+int32_t readCalibration(uint8_t *block) {
     if (requireLink() == 0 ||
         !bufferGiven(WIDE("ReadCalibrate"), WIDE("block"), block, blockLength))
         return 0;
-
-    awaitFreshReport();
-    waitWhileBusy(defaultBusyBoundMs);
-    link::resetResponseEvent();
-    SendCommand(link::command::readCalibration);
-    awaitNextReport();
-    if (commandFailed(WIDE("Error in WriteFLASH\n")))
-        return commandErrorValue;
+    CommandOutcome outcome = runCommand(readCalibrationCommand);
+    if (!outcome.sent)
+        return outcome.failureResult;
     if (!responseArrived())
         return 0;
     link::loadBytes(block, link::shared.calibrationRecord, blockLength);
-    os::sleepMs(successPauseMs);
-    os::setLastError(os::error::success);
+    succeed(readCalibrationCommand);
     return 1;
 }
-}
+
+} // namespace xdsp::commands

@@ -1,75 +1,74 @@
-// Reading the board state that the poll thread keeps, and the records the
-// board sends: product name, layout and Pellix record.
-#include "commands/command_sequence.h"
+// The board state that the poll thread keeps, and the records the board sends:
+// product name, layout and Pellix record.
+#include "commands/argument_checks.h"
+#include "commands/board_commands.h"
+#include "commands/command_runner.h"
 #include "link/link_state.h"
 #include "link/report_format.h"
 #include "link/transaction.h"
+#include "xdsp/xdsp.h"
 
 #include <iterator>
+
+namespace xdsp::commands {
 
 namespace {
 constexpr uint32_t productNameWaitMs = 1000;
 constexpr uint16_t noAdcChannel = 0xFFFF;
 constexpr uint16_t initializedBit = 0x0400;
-// The outcomes a system wait reports, which GetLayoutStruct hands back.
-constexpr uint32_t waitSignalled = 0;
-constexpr uint32_t waitTimedOut = 258;
 constexpr uint32_t waitFailed = 0xFFFFFFFF;
+static_assert(sizeof link::shared.productNameRecord == XDSP_PRODUCT_NAME_RECORD_SIZE);
+static_assert(sizeof link::shared.layoutRecord == XDSP_LAYOUT_RECORD_SIZE);
+static_assert(sizeof link::shared.pellixRecord == XDSP_PELLIX_RECORD_SIZE);
 } // namespace
 
-extern "C" {
-
-XDSP_EXPORT uint16_t XDSP_API GetGPIOIn(void) {
-    return xdsp::link::shared.gpioWord.load();
+uint16_t gpioInputs() {
+    return link::shared.gpioWord.load();
 }
 
-XDSP_EXPORT uint16_t XDSP_API GetADCIn(uint32_t channel) {
-    const auto &values = xdsp::link::shared.adcValues;
+uint16_t adcValue(uint32_t channel) {
+    const auto &values = link::shared.adcValues;
     if (channel >= std::size(values))
         return noAdcChannel;
     return values[channel].load();
 }
 
-XDSP_EXPORT xdsp_bool XDSP_API IsDeviceInitialized(void) {
-    if (xdsp::commands::requireLink() == 0)
-        return 0;
-    xdsp::os::setLastError(xdsp::os::error::success);
-    return (xdsp::link::shared.gpioWord.load() & initializedBit) != 0 ? 1 : 0;
+bool deviceInitialized() {
+    if (requireLink() == 0)
+        return false;
+    os::setLastError(os::error::success);
+    return (link::shared.gpioWord.load() & initializedBit) != 0;
 }
 
-XDSP_EXPORT void XDSP_API GetProductNameStruct(uint8_t *record) {
-    using namespace xdsp::link;
-    if (!xdsp::commands::bufferGiven(WIDE("GetProductNameStruct"), WIDE("record"), record,
-                                     sizeof shared.productNameRecord))
+void productNameRecord(uint8_t *record) {
+    if (!bufferGiven(WIDE("GetProductNameStruct"), WIDE("record"), record,
+                     XDSP_PRODUCT_NAME_RECORD_SIZE))
         return;
     uint8_t filled = 0;
-    loadBytes(&filled, shared.productNameRecord, 1);
+    link::loadBytes(&filled, link::shared.productNameRecord, 1);
     if (filled == 0) {
-        SendCommand(command::init);
-        waitForResponse(productNameWaitMs);
+        link::sendCommand(link::command::init);
+        link::waitForResponse(productNameWaitMs);
     }
-    loadBytes(record, shared.productNameRecord, sizeof shared.productNameRecord);
+    link::loadBytes(record, link::shared.productNameRecord, XDSP_PRODUCT_NAME_RECORD_SIZE);
 }
 
-XDSP_EXPORT void XDSP_API RequestLayoutStruct(void) {
-    SendCommand(xdsp::link::command::requestLayout);
+void requestLayout() {
+    link::sendCommand(link::command::requestLayout);
 }
 
-XDSP_EXPORT uint32_t XDSP_API GetLayoutStruct(uint8_t *record) {
-    using namespace xdsp::link;
-    if (!xdsp::commands::bufferGiven(WIDE("GetLayoutStruct"), WIDE("record"), record,
-                                     sizeof shared.layoutRecord))
+uint32_t layoutRecord(uint8_t *record) {
+    if (!bufferGiven(WIDE("GetLayoutStruct"), WIDE("record"), record, XDSP_LAYOUT_RECORD_SIZE))
         return waitFailed;
-    bool arrived = waitForResponse(responseTimeoutMs);
-    loadBytes(record, shared.layoutRecord, sizeof shared.layoutRecord);
-    return arrived ? waitSignalled : waitTimedOut;
+    bool arrived = link::waitForResponse(link::responseTimeoutMs);
+    link::loadBytes(record, link::shared.layoutRecord, XDSP_LAYOUT_RECORD_SIZE);
+    return arrived ? XDSP_WAIT_SIGNALLED : XDSP_WAIT_TIMEOUT;
 }
 
-XDSP_EXPORT void XDSP_API GetPellixStruct(uint8_t *record) {
-    using namespace xdsp::link;
-    if (!xdsp::commands::bufferGiven(WIDE("GetPellixStruct"), WIDE("record"), record,
-                                     sizeof shared.pellixRecord))
+void pellixRecord(uint8_t *record) {
+    if (!bufferGiven(WIDE("GetPellixStruct"), WIDE("record"), record, XDSP_PELLIX_RECORD_SIZE))
         return;
-    loadBytes(record, shared.pellixRecord, sizeof shared.pellixRecord);
+    link::loadBytes(record, link::shared.pellixRecord, XDSP_PELLIX_RECORD_SIZE);
 }
-}
+
+} // namespace xdsp::commands

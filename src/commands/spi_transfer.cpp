@@ -1,6 +1,7 @@
-// One SPI transfer through the board's microcontroller (command 0xF030).
 #include "commands/spi_transfer.h"
-#include "commands/command_sequence.h"
+#include "commands/argument_checks.h"
+#include "commands/command_runner.h"
+#include "commands/command_table.h"
 #include "frame/debug.h"
 #include "link/link_state.h"
 #include "link/report_format.h"
@@ -11,22 +12,36 @@
 namespace xdsp::commands {
 
 namespace {
-constexpr size_t writeLengthField = 25;
-constexpr size_t writeDataOffset = 27;
+namespace field {
+constexpr size_t mode = 13;
+constexpr size_t settingA = 15;
+constexpr size_t settingB = 17;
+constexpr size_t select = 19;
+constexpr size_t busyMask = 21;
+constexpr size_t readLength = 23;
+constexpr size_t writeLength = 25;
+constexpr size_t writeData = 27;
+constexpr size_t batchList = 25;
+constexpr size_t batchData = 125;
+} // namespace field
+
 constexpr uint16_t modeWordOn = 0x0303;
 constexpr uint16_t modeWordOff = 0x0101;
 constexpr uint32_t largestFieldValue = 0xFFFF;
-} // namespace
+constexpr uint8_t listTerminator = 0xFF;
+// The list and its terminator end before the data block.
+constexpr size_t longestList = field::batchData - field::batchList - 1;
 
-void stageSpiSettings(uint8_t *staging, const SpiSettings &settings) {
-    link::writeWord(staging, spi::mode, settings.modeFlag != 0 ? modeWordOn : modeWordOff);
-    link::writeWord(staging, spi::settingA, settings.spiSettingA);
-    link::writeWord(staging, spi::settingB, settings.spiSettingB);
-    link::writeWord(staging, spi::select, settings.spiSelect);
-    link::writeWord(staging, spi::busyMask, settings.busyMask);
+void stageSettings(uint8_t *staging, const SpiSettings &settings) {
+    link::writeWord(staging, field::mode, settings.modeFlag != 0 ? modeWordOn : modeWordOff);
+    link::writeWord(staging, field::settingA, settings.spiSettingA);
+    link::writeWord(staging, field::settingB, settings.spiSettingB);
+    link::writeWord(staging, field::select, settings.spiSelect);
+    link::writeWord(staging, field::busyMask, settings.busyMask);
 }
 
-int32_t finishSpiTransfer(uint8_t *readData, uint32_t readLength) {
+// The read phase that ends both kinds of transfer.
+bool finishTransfer(uint8_t *readData, uint32_t readLength) {
     if (readLength != 0) {
         link::waitForResponse(link::responseTimeoutMs);
         // Copied whether or not the answer came: the buffer was cleared, so a
@@ -36,68 +51,74 @@ int32_t finishSpiTransfer(uint8_t *readData, uint32_t readLength) {
             debugWrite(WIDE("Invalid SPI Response.\n"));
             debugWrite(WIDE("SPI Complete.\n"));
             os::setLastError(os::error::internalError);
-            return 0;
+            return false;
         }
         debugWrite(WIDE("Valid SPI Response.\n"));
     }
     debugWrite(WIDE("SPI Complete.\n"));
     os::setLastError(os::error::success);
-    return 1;
+    return true;
 }
+} // namespace
 
-} // namespace xdsp::commands
-
-extern "C" {
-
-XDSP_EXPORT xdsp_bool XDSP_API WriteSPIEx(uint16_t spiSelect, uint16_t busyMask, int32_t modeFlag,
-                                          uint16_t spiSettingA, uint16_t spiSettingB,
-                                          const uint8_t *writeData, uint32_t writeLength,
-                                          uint8_t *readData, uint32_t readLength) {
-    using namespace xdsp;
-    using namespace xdsp::commands;
+bool spiTransfer(const SpiSettings &settings, const uint8_t *writeData, uint32_t writeLength,
+                 uint8_t *readData, uint32_t readLength) {
     const Char16 *name = WIDE("WriteSPIEx");
     size_t outputLength = requireLink();
     if (outputLength == 0)
-        return 0;
-    // Lengths the report or the response buffer cannot take are refused before
-    // anything is staged, as are buffers missing for the bytes they should carry.
-    if (!reportHolds(name, outputLength, writeDataOffset) ||
+        return false;
+    if (!reportHolds(name, outputLength, field::writeData) ||
         !argumentFits(name, WIDE("writeLength"), writeLength,
-                      std::min<size_t>(largestFieldValue, outputLength - writeDataOffset)) ||
+                      std::min<size_t>(largestFieldValue, outputLength - field::writeData)) ||
         !argumentFits(name, WIDE("readLength"), readLength, responseBufferSize) ||
         !bufferGiven(name, WIDE("writeData"), writeData, writeLength) ||
         !bufferGiven(name, WIDE("readData"), readData, readLength))
-        return 0;
+        return false;
 
-    debugWrite(WIDE("Writing to SPI...\n"));
-    awaitFreshReport();
-    // Bounded so that a board whose busy bits stick cannot hang the caller;
-    // the transfer then goes out anyway, as every other command's does.
-    waitWhileBusy(defaultBusyBoundMs);
-    link::resetResponseEvent();
-    SpiSettings settings{spiSelect, busyMask, modeFlag, spiSettingA, spiSettingB};
-    bool staged = stage(writeDataOffset + writeLength, [&](uint8_t *staging) {
-        link::writeWord(staging, spi::readLength, static_cast<uint16_t>(readLength));
-        stageSpiSettings(staging, settings);
-        link::writeWord(staging, writeLengthField, static_cast<uint16_t>(writeLength));
-        if (writeLength != 0)
-            std::memcpy(staging + writeDataOffset, writeData, writeLength);
+    CommandOutcome outcome =
+        runCommand(spiTransferCommand, 0, field::writeData + writeLength, [&](uint8_t *staging) {
+            link::writeWord(staging, field::readLength, static_cast<uint16_t>(readLength));
+            stageSettings(staging, settings);
+            link::writeWord(staging, field::writeLength, static_cast<uint16_t>(writeLength));
+            if (writeLength != 0)
+                std::memcpy(staging + field::writeData, writeData, writeLength);
+        });
+    return outcome.sent && finishTransfer(readData, readLength);
+}
+
+bool spiBatch(const SpiSettings &settings, const uint8_t *batchList, uint32_t batchListLength,
+              const uint8_t *batchData, uint32_t batchDataLength, uint8_t *readData,
+              uint32_t readLength) {
+    const Char16 *name = WIDE("BatchSPI");
+    size_t outputLength = requireLink();
+    if (outputLength == 0)
+        return false;
+    size_t listEnd = field::batchList + batchListLength + 1;
+    if (!argumentFits(name, WIDE("batchListLength"), batchListLength, longestList) ||
+        !reportHolds(name, outputLength, listEnd) ||
+        !argumentFits(name, WIDE("batchDataLength"), batchDataLength,
+                      roomFrom(outputLength, field::batchData)) ||
+        !argumentFits(name, WIDE("readLength"), readLength, responseBufferSize) ||
+        !bufferGiven(name, WIDE("batchList"), batchList, batchListLength) ||
+        !bufferGiven(name, WIDE("batchData"), batchData, batchDataLength) ||
+        !bufferGiven(name, WIDE("readData"), readData, readLength))
+        return false;
+
+    size_t payloadEnd = batchDataLength != 0 ? field::batchData + batchDataLength : listEnd;
+    CommandOutcome outcome = runCommand(spiBatchCommand, 0, payloadEnd, [&](uint8_t *staging) {
+        stageSettings(staging, settings);
+        if (batchListLength != 0)
+            std::memcpy(staging + field::batchList, batchList, batchListLength);
+        staging[field::batchList + batchListLength] = listTerminator;
+        link::writeWord(staging, field::readLength, static_cast<uint16_t>(readLength));
+        if (batchDataLength != 0)
+            std::memcpy(staging + field::batchData, batchData, batchDataLength);
     });
-    if (!staged) {
-        linkLost();
-        return 0;
-    }
-    clearResponseBuffer();
-    SendCommand(link::command::spiTransfer);
-    awaitNextReport();
-    return finishSpiTransfer(readData, readLength);
+    if (!outcome.sent)
+        return false;
+    if (readLength != 0)
+        debugWrite(WIDE("Command Sent.  Waiting for SPI Response...\n"));
+    return finishTransfer(readData, readLength);
 }
 
-XDSP_EXPORT xdsp_bool XDSP_API WriteSPI(uint16_t spiSelect, int32_t modeFlag, uint16_t spiSettingA,
-                                        uint16_t spiSettingB, const uint8_t *writeData,
-                                        uint32_t writeLength, uint8_t *readData,
-                                        uint32_t readLength) {
-    return WriteSPIEx(spiSelect, 0, modeFlag, spiSettingA, spiSettingB, writeData, writeLength,
-                      readData, readLength);
-}
-}
+} // namespace xdsp::commands

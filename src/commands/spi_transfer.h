@@ -1,8 +1,7 @@
-// What single and batch SPI transfers share: the settings fields at the front
-// of their payload and the read phase that ends both.
+// SPI transfers through the board's microcontroller: one transfer (command
+// 0xF030) and a batch described by a list and one data block (0xF031). The
+// boot loader's and the audio firmware's framing run on spiTransfer.
 #pragma once
-
-#include "frame/text.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -17,19 +16,13 @@ struct SpiSettings {
     uint16_t spiSettingB;
 };
 
-namespace spi {
-inline constexpr size_t mode = 13;
-inline constexpr size_t settingA = 15;
-inline constexpr size_t settingB = 17;
-inline constexpr size_t select = 19;
-inline constexpr size_t busyMask = 21;
-inline constexpr size_t readLength = 23;
-} // namespace spi
-
-// The mode word and the four settings at offsets 13 to 22.
-void stageSpiSettings(uint8_t *staging, const SpiSettings &settings);
-// Steps 10 and 11 of a transfer: with a read, waits for the response and
-// copies readLength bytes of the response buffer out.
-int32_t finishSpiTransfer(uint8_t *readData, uint32_t readLength);
+// True with last-error 0 on success; false with 6 (no link), 87 (an argument
+// that does not fit: nothing staged or sent) or 1359 (a read whose answer did
+// not come: readData then holds zeros).
+bool spiTransfer(const SpiSettings &settings, const uint8_t *writeData, uint32_t writeLength,
+                 uint8_t *readData, uint32_t readLength);
+bool spiBatch(const SpiSettings &settings, const uint8_t *batchList, uint32_t batchListLength,
+              const uint8_t *batchData, uint32_t batchDataLength, uint8_t *readData,
+              uint32_t readLength);
 
 } // namespace xdsp::commands

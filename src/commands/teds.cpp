@@ -1,12 +1,17 @@
-// The TEDS memory of an attached transducer: one call writes bytes and reads
-// bytes back (0xF330). It makes no command-error check.
-#include "commands/command_sequence.h"
+// The TEDS memory of an attached transducer: one command writes bytes and
+// reads bytes back (0xF330).
+#include "commands/argument_checks.h"
+#include "commands/board_commands.h"
+#include "commands/command_runner.h"
+#include "commands/command_table.h"
 #include "frame/debug.h"
 #include "link/link_state.h"
 #include "link/report_format.h"
 
 #include <algorithm>
 #include <cstring>
+
+namespace xdsp::commands {
 
 namespace {
 constexpr size_t controlField = 13;
@@ -16,17 +21,12 @@ constexpr size_t dataOffset = 19;
 constexpr uint32_t largestFieldValue = 0xFFFF;
 } // namespace
 
-extern "C" {
-
-XDSP_EXPORT xdsp_bool XDSP_API WriteTEDS(uint16_t control, const uint8_t *writeData,
-                                         uint32_t writeCount, uint8_t *readData,
-                                         uint32_t readCount) {
-    using namespace xdsp;
-    using namespace xdsp::commands;
+bool tedsTransfer(uint16_t control, const uint8_t *writeData, uint32_t writeCount,
+                  uint8_t *readData, uint32_t readCount) {
     const Char16 *name = WIDE("WriteTEDS");
     size_t outputLength = requireLink();
     if (outputLength == 0)
-        return 0;
+        return false;
     // Counts that would run past the report, the 16-bit fields or the TEDS
     // buffer are refused rather than cut: a cut write would change what the
     // transducer holds without telling.
@@ -36,38 +36,34 @@ XDSP_EXPORT xdsp_bool XDSP_API WriteTEDS(uint16_t control, const uint8_t *writeD
         !argumentFits(name, WIDE("readCount"), readCount, responseBufferSize) ||
         !bufferGiven(name, WIDE("writeData"), writeData, writeCount) ||
         !bufferGiven(name, WIDE("readData"), readData, readCount))
-        return 0;
+        return false;
 
-    debugWrite(WIDE("Writing to TEDS...\n"));
-    awaitFreshReport();
-    // Bounded like the other commands' waits; the transfer then goes out anyway.
-    waitWhileBusy(defaultBusyBoundMs);
-    link::resetResponseEvent();
-    bool staged = stage(dataOffset + writeCount, [&](uint8_t *staging) {
-        link::writeWord(staging, controlField, control);
-        link::writeWord(staging, readCountField, static_cast<uint16_t>(readCount));
-        link::writeWord(staging, writeCountField, static_cast<uint16_t>(writeCount));
-        if (writeCount != 0)
-            std::memcpy(staging + dataOffset, writeData, writeCount);
-    });
-    if (!staged) {
-        linkLost();
-        return 0;
-    }
-    clearTedsBuffer();
-    SendCommand(link::command::tedsTransfer);
-    awaitNextReport();
+    CommandOutcome outcome =
+        runCommand(tedsCommand, 0, dataOffset + writeCount, [&](uint8_t *staging) {
+            link::writeWord(staging, controlField, control);
+            link::writeWord(staging, readCountField, static_cast<uint16_t>(readCount));
+            link::writeWord(staging, writeCountField, static_cast<uint16_t>(writeCount));
+            if (writeCount != 0)
+                std::memcpy(staging + dataOffset, writeData, writeCount);
+        });
+    if (!outcome.sent)
+        return false;
     if (readCount == 0) {
         debugWrite(WIDE("TEDS Complete.\n"));
-        os::setLastError(os::error::success);
-        return 1;
+        succeed(tedsCommand);
+        return true;
     }
     link::waitForResponse(link::responseTimeoutMs);
     link::loadBytes(readData, link::shared.tedsBuffer, readCount);
     bool answered = link::waitForResponse(0);
     debugWrite(answered ? WIDE("Valid TEDS Response.\n") : WIDE("Invalid TEDS Response.\n"));
     debugWrite(WIDE("TEDS Complete.\n"));
-    os::setLastError(answered ? os::error::success : os::error::internalError);
-    return answered ? 1 : 0;
+    if (!answered) {
+        os::setLastError(os::error::internalError);
+        return false;
+    }
+    succeed(tedsCommand);
+    return true;
 }
-}
+
+} // namespace xdsp::commands

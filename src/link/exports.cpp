@@ -1,16 +1,12 @@
 // The link's exported functions.
 #include "link/link_state.h"
 #include "link/open_close.h"
+#include "link/transaction.h"
 
 extern "C" {
 
 XDSP_EXPORT void XDSP_API SendCommand(uint16_t commandCode) {
-    using namespace xdsp::link;
-    uint8_t *staging = publishedStaging.load();
-    PollRun *run = currentRun.load();
-    if (staging == nullptr || run == nullptr)
-        return;
-    sendCommandOn(run, staging, commandCode);
+    xdsp::link::sendCommand(commandCode);
 }
 
 XDSP_EXPORT xdsp_bool XDSP_API InitializeHIDUSBPacketPath(const xdsp_char16 *devicePath) {

@@ -60,7 +60,7 @@ void reopen(PollRun *run) {
     os::Device *device = discovery::openDevicePath(run->path);
     run->device.store(device);
     if (++run->reopenCount >= reopenAttemptsBeforeBox) {
-        os::messageBox(WIDE("Error on HID"), WIDE("XMOS"), 48);
+        os::messageBox(WIDE("Error on HID"), WIDE("XMOS"), os::messageStyle::exclamation);
         run->reopenCount = 0;
     }
 }

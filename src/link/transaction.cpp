@@ -27,6 +27,14 @@ void leaveStaging(const StagingReport &staging) {
     os::lockLeave(staging.lock);
 }
 
+void sendCommand(uint16_t commandCode) {
+    uint8_t *staging = publishedStaging.load();
+    PollRun *run = currentRun.load();
+    if (staging == nullptr || run == nullptr)
+        return;
+    sendCommandOn(run, staging, commandCode);
+}
+
 bool linkRunning() {
     return publishedStaging.load() != nullptr;
 }

@@ -22,6 +22,10 @@ struct StagingReport {
 StagingReport enterStaging();
 void leaveStaging(const StagingReport &staging);
 
+// Completes the staged report's header with this command code and hands it to
+// the poll thread; does nothing when no poll thread runs.
+void sendCommand(uint16_t commandCode);
+
 // True while a poll thread runs (its staging report is present).
 bool linkRunning();
 // Each returns true when the event came within the time-out; false also when

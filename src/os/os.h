@@ -81,6 +81,12 @@ bool systemErrorText(uint32_t code, Char16 *buffer, size_t capacity);
 
 void debugWrite(const Char16 *text);
 void debugWriteNarrow(const char *text);
+// The message-box styles the library shows: an OK button alone, or with the
+// exclamation icon.
+namespace messageStyle {
+inline constexpr uint32_t plain = 0;
+inline constexpr uint32_t exclamation = 0x30;
+} // namespace messageStyle
 // Modal, no owner; returns the button pressed (1 is OK).
 int messageBox(const Char16 *text, const Char16 *caption, uint32_t style);
 

@@ -1,0 +1,124 @@
+#include "commands/command_runner.h"
+#include "frame/debug.h"
+#include "link/link_state.h"
+#include "link/report_format.h"
+#include "os/os.h"
+
+namespace xdsp::commands {
+
+namespace {
+constexpr uint32_t busyPollMs = 1;
+constexpr uint8_t zeros[responseBufferSize] = {};
+static_assert(sizeof link::shared.responseBuffer == responseBufferSize);
+static_assert(sizeof link::shared.tedsBuffer == responseBufferSize);
+
+bool busy() {
+    return (link::shared.statusWord.load() & link::status::busy) != 0;
+}
+
+// The report event is reset and the next input report awaited; whether it
+// came is not examined.
+void awaitFreshReport() {
+    link::resetReportEvent();
+    link::waitForReport(link::reportTimeoutMs);
+}
+
+// Polls the status word every 1 ms for at most the bound; the command goes out
+// either way.
+void waitWhileBusy(const CommandDescription &command) {
+    if (!busy())
+        return;
+    debugWrite(WIDE("Waiting for previous command to complete..."));
+    uint32_t start = os::tickMs();
+    // Unsigned differences stay right across the tick count's wrap.
+    while (busy() && os::tickMs() - start < command.busyBoundMs)
+        os::sleepMs(busyPollMs);
+    bool timedOut = busy() && command.showsBusyTimeout;
+    debugWrite(timedOut ? WIDE("Done.  (timeout)\n") : WIDE("Done.\n"));
+}
+
+void clearStore(ClearedStore store) {
+    switch (store) {
+    case ClearedStore::none:
+        return;
+    case ClearedStore::responseBuffer:
+        link::storeBytes(link::shared.responseBuffer, zeros, sizeof zeros);
+        return;
+    case ClearedStore::tedsBuffer:
+        link::storeBytes(link::shared.tedsBuffer, zeros, sizeof zeros);
+        return;
+    }
+}
+
+// The error bit after the command: "Command Error...", the message box
+// (caption "Error", a plain OK box) and last-error 1359.
+bool commandFailed(const Char16 *boxText) {
+    if ((link::shared.statusWord.load() & link::status::error) == 0)
+        return false;
+    debugWrite(WIDE("Command Error..."));
+    os::messageBox(boxText, WIDE("Error"), os::messageStyle::plain);
+    os::setLastError(os::error::internalError);
+    return true;
+}
+} // namespace
+
+size_t requireLink() {
+    size_t length = 0;
+    link::StagingReport staging = link::enterStaging();
+    if (staging.bytes != nullptr) {
+        length = staging.length;
+        link::leaveStaging(staging);
+    }
+    if (length == 0)
+        os::setLastError(os::error::invalidHandle);
+    return length;
+}
+
+void beginCommand(const CommandDescription &command, uint32_t openingValue) {
+    if (command.openingLine != nullptr)
+        debugFormat(command.openingLine, openingValue);
+    if (command.awaitsFreshReport)
+        awaitFreshReport();
+    waitWhileBusy(command);
+    if (command.resetsResponse)
+        link::resetResponseEvent();
+}
+
+CommandOutcome completeCommand(const CommandDescription &command) {
+    clearStore(command.clears);
+    link::sendCommand(command.code);
+    if (command.awaitsNextReport)
+        link::waitForReport(link::reportTimeoutMs);
+    if (command.sentLine != nullptr)
+        debugWrite(command.sentLine);
+    if (command.settleMs != 0) {
+        os::sleepMs(command.settleMs);
+        awaitFreshReport();
+    }
+    if (command.errorBoxText != nullptr && commandFailed(command.errorBoxText))
+        return {false, command.errorResult};
+    return {true, 0};
+}
+
+CommandOutcome linkLost() {
+    os::setLastError(os::error::invalidHandle);
+    return {false, 0};
+}
+
+bool responseArrived() {
+    link::waitForResponse(link::responseTimeoutMs);
+    if (link::waitForResponse(0))
+        return true;
+    debugWrite(WIDE("Invalid SPI Response.\n"));
+    debugWrite(WIDE("SPI Complete.\n"));
+    os::setLastError(os::error::internalError);
+    return false;
+}
+
+void succeed(const CommandDescription &command) {
+    if (command.successPauseMs != 0)
+        os::sleepMs(command.successPauseMs);
+    os::setLastError(os::error::success);
+}
+
+} // namespace xdsp::commands
