@@ -158,7 +158,8 @@ extern "C" XDSP_EXPORT xdsp_bool XDSP_API XMOSBoot_BuildFAI(void) {
         reportTableFailure(reply);
         if (!readTable(reply)) {
             reportTableFailure(reply);
-            // No caption: the system shows its default one.
+            // compat: shown whatever BootLoader_Send's show-errors flag says, with no
+            // caption (the system's default one), as it has always been shown.
             xdsp::os::messageBox(WIDE("FAI Error"), nullptr, boxExclamation);
             return 0;
         }
