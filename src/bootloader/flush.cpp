@@ -15,6 +15,8 @@ constexpr int32_t flushMode = 1; // the only boot-loader transfers in mode 0x030
 
 extern "C" XDSP_EXPORT void XDSP_API XMOSBoot_Flush(void) {
     using namespace xdsp::bootloader;
+    // compat: a fixed 100 ms before every flush, the settling time the boot loader has
+    // always been given.
     xdsp::os::sleepMs(settlePauseMs);
     uint8_t pattern[patternLength] = {};
     if (readPrefixOn())

@@ -27,6 +27,7 @@ Walk walkInterfaceClass(os::ClassSet *set, const xdsp_guid &interfaceClass, uint
                         uint16_t productId, Char16 *pathOut, uint32_t *errorOut) {
     os::HidInterface found;
     for (uint32_t index = 0; pathOut[0] == 0; ++index) {
+        // compat: one line per index tried, as logs have always shown it.
         writeGuidLine(WIDE("Selected: {%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X}\n"),
                       interfaceClass);
         switch (os::classInterfaceAt(set, index, &found, errorOut)) {
