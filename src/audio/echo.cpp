@@ -44,7 +44,8 @@ extern "C" XDSP_EXPORT xdsp_bool XDSP_API Halvio_Echo(const uint8_t *data, uint3
     xdsp::bootloader::flush();
     xdsp::debugWrite(WIDE("Echo:\r\n"));
 
-    // Whole 16-bit words only; the bytes go as they are, not pair-swapped.
+    // compat: whole 16-bit words only (an odd last byte is neither sent nor
+    // compared); the bytes go as they are, not pair-swapped.
     uint32_t even = length & ~1u;
     uint8_t packet[packetHeadBytes + maxEchoLength] = {
         'U', 'S', 'E', 'R', echoCode, static_cast<uint8_t>(even / 2)};

@@ -11,7 +11,8 @@ constexpr uint32_t fileReplyLength = 136;
 constexpr size_t lengthOffset = 7;
 constexpr uint8_t fileReplyWords = 0x41;
 constexpr size_t blockOffset = 10;
-// The firmware needs this long after the reply before it takes another command.
+// compat: a fixed 500 ms pause after the reply, kept because callers' timing has
+// always included it.
 constexpr uint32_t settleMs = 500;
 } // namespace
 

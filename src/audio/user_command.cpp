@@ -28,6 +28,8 @@ int32_t valueCommand(const Char16 *format, ...) {
     auto length = static_cast<uint32_t>(bootloader::encodeBootCommand(command, text));
     uint8_t reply[valueReplyBufferBytes] = {};
     bootloader::slowExchange(command, length, reply, valueReplyLength);
+    // compat: the reply is not matched to the command code, and a missing reply
+    // reads as 0xFFFF, the same as a firmware answer of 0xFFFF.
     if (!carriesUserMagic(reply))
         return noResult;
     return bootloader::bigEndian16(reply + bootloader::dataOffset);

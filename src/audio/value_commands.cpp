@@ -1,8 +1,8 @@
 // The audio firmware's switches and loads: one parameter word out, the
 // firmware's 16-bit answer back; and its reset, which has no answer.
 //
-// "\x0%d" takes exactly one decimal digit into the escape, so a value of 10 or
-// more sends its first digit as the word's low byte and the rest as extra
+// compat: "\x0%d" takes exactly one decimal digit into the escape, so a value of
+// 10 or more sends its first digit as the word's low byte and the rest as extra
 // characters; values are passed on unchecked, as the firmware defines them.
 #include "audio/user_command.h"
 #include "bootloader/framing.h"

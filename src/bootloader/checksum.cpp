@@ -27,7 +27,7 @@ XDSP_EXPORT uint16_t XDSP_API BootLoader_GetFileChecksum(int32_t fileIndex) {
     constexpr int32_t bootFile = 300;
     if ((fileIndex < 0 || fileIndex >= static_cast<int32_t>(xdsp::bootloader::fileCount)) &&
         fileIndex != bootFile)
-        return 0xFFFF;
+        return 0xFFFF; // compat: a bad index reads as checksum 0xFFFF, not as an error
     return XMOSBoot_GetChecksum(static_cast<uint32_t>(fileIndex));
 }
 }

@@ -46,8 +46,9 @@ extern "C" XDSP_EXPORT xdsp_bool XDSP_API XMOS_DSP_STAT(uint32_t *status) {
     } else {
         transfer(mask, settingSlow, statCommand, sizeof statCommand, work, directReadLength);
     }
-    // Measured as elapsed time so that a tick count wrapping mid-query cannot
-    // pass a slow answer.
+    // compat: an answer after 2500 ms is refused although the busy wait may last
+    // 3000 ms. Measured as elapsed time so that a tick count wrapping mid-query
+    // cannot pass a slow answer.
     if (xdsp::os::tickMs() - start >= answerLimitMs)
         return 0;
     if (std::memcmp(work + magicOffset, statCommand, sizeof statCommand) != 0)

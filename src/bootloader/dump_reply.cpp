@@ -10,6 +10,8 @@ constexpr size_t dumpLineChars = 1024;
 
 void dumpBootReply(unsigned code, unsigned wanted, int position, const uint8_t *bytes,
                    size_t count) {
+    // compat: two blanks before the last "::" and a "\r\n" ending, as these lines have
+    // always read.
     Char16 line[dumpLineChars];
     size_t length =
         boundedFormat(line, dumpLineChars, WIDE("Command: 0x%02X :: Want: 0x%02X@%d  :: "), code,

@@ -8,12 +8,15 @@
 namespace xdsp::bootloader {
 
 namespace {
+// compat: the table keeps 62 characters of a new name, though the block could hold 63.
 constexpr size_t storedNameChars = 63; // 62 characters and the terminator
 constexpr uint32_t replyLength = 22;
 
 void updateDescriptor(FileDescriptor *descriptor, const Char16 *name, double date) {
     if (name != nullptr)
         boundedCopy(descriptor->name, storedNameChars, name);
+    // compat: the creation date is set only once, the modification date only by a
+    // date after 1899-12-31; the table changes even when the board does not answer.
     if (descriptor->creationDate == 0.0)
         descriptor->creationDate = date;
     if (date > 1.0)
@@ -22,6 +25,8 @@ void updateDescriptor(FileDescriptor *descriptor, const Char16 *name, double dat
 
 // "BOOT\x2C\x3F\x00\x<n>" and the block as 64 escaped pairs, each pair's
 // second byte first.
+// compat: the count byte says 0x3F while 65 words follow, as boards have always been
+// sent it.
 void commandText(Char16 *text, unsigned fileNumber, const uint8_t *block) {
     size_t length =
         boundedFormat(text, commandTextChars, WIDE("BOOT\\x2C\\x3F\\x00\\x%02X"), fileNumber);

@@ -124,6 +124,7 @@ XDSP_EXPORT xdsp_bool XDSP_API XMOSBoot_Run(void) {
     uint8_t command[commandBytes];
     uint32_t length = static_cast<uint32_t>(encodeBootCommand(command, WIDE("BOOT\\x03\\x00")));
     standardExchange(command, length, nullptr, 0);
+    // compat: always 1: the command has no answer to judge.
     return 1;
 }
 
@@ -137,12 +138,19 @@ XDSP_EXPORT xdsp_bool XDSP_API XMOSBoot_FormatBootFile(int32_t value) {
 }
 
 XDSP_EXPORT xdsp_bool XDSP_API XMOSBoot_CloseFile(uint32_t fileIndex) {
+<<<<<<< HEAD
     flush();
+=======
+    // compat: flush, 2000 ms, flush before every close: the settling time the boot
+    // loader has always been given after the last packet.
+    XMOSBoot_Flush();
+>>>>>>> docs
     xdsp::os::sleepMs(closePauseMs);
     flush();
     uint8_t reply[replyBytes] = {};
     uint8_t command[8];
     rawCommand(command, 0x32, closingNumber(fileIndex));
+    // compat: the same text whatever the file, as logs have always shown it.
     xdsp::debugWrite(WIDE("Send SPI Command: BOOT\\x32\\x01\\x00\\x01\n"));
     slowExchange(command, sizeof command, reply, slowReplyLength);
     if (reply[echoOffset] == 0x32)
@@ -157,9 +165,11 @@ XDSP_EXPORT xdsp_bool XDSP_API XMOSBoot_FormatFile(uint32_t fileIndex) {
     uint8_t reply[replyBytes] = {};
     uint8_t command[8];
     rawCommand(command, 0x30, fileNumber(fileIndex));
+    // compat: the same text whatever the file, as logs have always shown it.
     xdsp::debugWrite(WIDE("Send SPI Command: BOOT\\x30\\x01\\x00\\x01\n"));
     transfer(0, settingSlow, command, sizeof command, nullptr, 0);
-    // Erasing flash takes seconds; the busy line is looked at once a second.
+    // compat: erasing flash takes seconds; the busy line is looked at once a second
+    // (at most 60), so the format lasts whole seconds and logs them.
     uint32_t seconds = 0;
     while (bootLoaderBusy() && seconds < formatSecondsLimit) {
         xdsp::os::sleepMs(1000);
@@ -176,12 +186,14 @@ XDSP_EXPORT uint16_t XDSP_API XMOSBoot_GetChecksum(uint32_t fileIndex) {
     uint8_t reply[replyBytes] = {};
     uint8_t command[8];
     rawCommand(command, 0x29, closingNumber(fileIndex));
+    // compat: the same text whatever the file, as logs have always shown it.
     xdsp::debugWrite(WIDE("Send SPI Command: BOOT\\x29\\x01\\x00\\x01\n"));
     transfer(0, settingSlow, command, sizeof command, nullptr, 0);
     for (uint32_t polls = 0; bootLoaderBusy() && polls < checksumPolls; ++polls)
         xdsp::os::sleepMs(checksumPollMs);
     readReply(0, reply, 12);
-    // The echo is not looked at: an unanswered request reads as 0.
+    // compat: the echo is not looked at, so an unanswered request reads as checksum 0;
+    // the upload asks again on 0.
     return bigEndian16(reply + 10);
 }
 }

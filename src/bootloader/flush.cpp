@@ -17,6 +17,8 @@ constexpr int32_t flushMode = 1; // the only boot-loader transfers in mode 0x030
 namespace xdsp::bootloader {
 
 void flush() {
+    // compat: a fixed 100 ms before every flush, the settling time the boot loader has
+    // always been given.
     os::sleepMs(settlePauseMs);
     uint8_t pattern[patternLength] = {};
     if (readPrefixOn())

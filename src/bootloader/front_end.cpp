@@ -59,6 +59,7 @@ XDSP_EXPORT xdsp_bool XDSP_API BootLoader_GetFileDesc(int32_t fileIndex, uint16_
     *type = static_cast<uint16_t>(descriptor.type & 0xFFFF);
     *startAddress = descriptor.startSector * sectorBytes;
     *endAddress = descriptor.endSector * sectorBytes;
+    // compat: FAI word 5 reported in bytes, as callers have always been given it.
     *faiBytes = descriptor.faiWord5 * sectorBytes;
     *creationDate = descriptor.creationDate;
     *modificationDate = descriptor.modificationDate;

@@ -94,6 +94,8 @@ XDSP_EXPORT const xdsp_char16 *XDSP_API XMOSBoot_GetVersionType(void) {
     queryCommand(WIDE("BOOT\\x0B\\x00"), reply, 14);
     if (fillerReply(reply))
         queryCommand(WIDE("BOOT\\x0B\\x00"), reply, 14);
+    // compat: whatever the second attempt brought is shown, 0xCC filler included
+    // ("524.28").
     unsigned value = bigEndian16(reply + dataOffset);
     xdsp::boundedFormat(versionText, resultChars, WIDE("%d.%02d"), value / 100, value % 100);
     return versionText;

@@ -47,6 +47,7 @@ void buildNameDateBlock(const FileDescriptor &descriptor, uint8_t *block) {
 void decodeNameDateBlock(const uint8_t *travelled, FileDescriptor *descriptor) {
     uint8_t block[blockBytes];
     for (size_t i = 0; i < blockBytes; ++i)
+        // compat: every '*' reads as a zero, so a name with '*' in it ends there.
         block[i] = travelled[i] == filler ? 0 : travelled[i];
     swapPairs(block, blockBytes);
     // Erased flash: no name.

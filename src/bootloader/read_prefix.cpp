@@ -3,7 +3,8 @@
 extern "C" {
 
 XDSP_EXPORT void XDSP_API XMOSSPI_SetReadPrefix(int32_t enable) {
-    // Only 1 switches it on: 2 and -1 are "off" as much as 0 is.
+    // compat: only 1 switches it on; 2 and -1 are "off" as much as 0 is, as existing
+    // callers have always found.
     xdsp::bootloader::setReadPrefix(enable == 1);
 }
 

@@ -29,6 +29,8 @@ void report(xdsp_progress_callback callback, int32_t percent, uint32_t context) 
 } // namespace
 
 void buildDataPacket(uint8_t *packet, const uint8_t *data, size_t count) {
+    // compat: whole words only; an odd last byte of a file never travels (the
+    // checksum compare allows for it).
     size_t words = count / 2;
     Char16 header[commandTextChars];
     boundedFormat(header, commandTextChars, WIDE("BOOT\\x31\\x%02X"), static_cast<unsigned>(words));
@@ -57,7 +59,8 @@ extern "C" XDSP_EXPORT xdsp_bool XDSP_API XMOSBoot_SendFile(int32_t, const uint8
                                                             xdsp_progress_callback callback,
                                                             uint32_t context) {
     using namespace xdsp::bootloader;
-    // The packets carry no file number: they follow the format of their file.
+    // compat: the file index is accepted and not used: the packets carry no file
+    // number, they follow the format of their file.
     if (data == nullptr && length > 0)
         return 0;
     constexpr auto full = static_cast<int64_t>(packetDataBytes);
@@ -72,6 +75,7 @@ extern "C" XDSP_EXPORT xdsp_bool XDSP_API XMOSBoot_SendFile(int32_t, const uint8
         buildDataPacket(packet, data + offset, packetDataBytes);
         sendPacket(packet);
         report(callback, packetProgress(progressStart, progressEnd, offset, total), context);
+        // compat: 10 ms between packets, the pacing boards have always been given.
         xdsp::os::sleepMs(packetPauseMs);
     }
     int64_t remaining = total - offset;
@@ -82,5 +86,6 @@ extern "C" XDSP_EXPORT xdsp_bool XDSP_API XMOSBoot_SendFile(int32_t, const uint8
         sendPacket(packet);
     }
     report(callback, progressEnd, context);
+    // compat: always 1; packet replies are not judged, the checksum after the close is.
     return 1;
 }

@@ -16,6 +16,8 @@ constexpr int32_t bootFile = 31415;       // the board's boot image
 constexpr uint32_t bootFileNumber = 300;  // how close and checksum name it
 constexpr uint32_t bootHeaderBytes = 256; // not counted in the boot file's checksum
 constexpr uint32_t sectorBytes = 4096;
+// compat: fixed pauses after a failed close and before naming the file, the timing
+// boards have always been given.
 constexpr uint32_t closeFailurePauseMs = 1500;
 constexpr uint32_t settlePauseMs = 2000;
 
@@ -38,7 +40,8 @@ class Upload {
             os::callProgress(callback_, percent, context_);
     }
 
-    // No caption: the system shows its default one.
+    // compat: no caption (the system's default one) and style 0x30, as these boxes
+    // have always been shown.
     void fault(const Char16 *text) const {
         if (showErrors_)
             os::messageBox(text, nullptr, os::messageStyle::exclamation);
@@ -93,7 +96,8 @@ void compareChecksums(const Upload &upload, bool isBootFile, uint32_t closeNumbe
                       : byteSum(data + bootHeaderBytes, length - bootHeaderBytes);
     else
         library = byteSum(data, length);
-    // An odd last byte never travels, so the board may have summed one byte less.
+    // compat: an odd last byte never travels, so the board may have summed one byte
+    // less; that sum is accepted too.
     if (board != library && !isBootFile && length != 0)
         library = byteSum(data, length - 1);
     if (board == library)
@@ -169,6 +173,8 @@ BootLoader_Send(int32_t fileIndex, int16_t type, uint32_t startAddress, uint32_t
         XMOSBoot_Commit();
     }
     upload.progress(95);
+    // compat: 222 and 123 set above are overwritten by the commit's transfers; only
+    // the codes callers have always seen after the call survive.
 
     compareChecksums(upload, isBootFile, closeNumber, data, length);
     upload.progress(100);

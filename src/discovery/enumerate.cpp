@@ -35,6 +35,8 @@ uint32_t enumerateDevices(InterfaceLookup lookup, uint16_t vendorId, uint16_t pr
             record.hidIndex = index;
             boundedCopy(record.devicePath, XDSP_DEVICE_PATH_CHARS, found.path);
         }
+        // compat: counted also when no record is left for it, so a caller can size
+        // its array from a first call with none.
         ++matches;
     }
     os::setLastError(os::error::success);

@@ -65,6 +65,7 @@ XDSP_EXPORT xdsp_bool XDSP_API GetMatchingHID_COMDevice(const xdsp_char16 *hidPa
                                                         xdsp_char16 *portPath,
                                                         xdsp_char16 *friendlyName) {
     xdsp::discovery::matchingComDevice(hidPath, portPath, friendlyName);
+    // compat: always TRUE and the last-error left alone; the outputs tell the result.
     return 1;
 }
 }

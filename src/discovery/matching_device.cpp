@@ -27,6 +27,7 @@ Walk walkInterfaceClass(os::ClassSet *set, const xdsp_guid &interfaceClass, uint
                         uint16_t productId, Char16 *pathOut, uint32_t *errorOut) {
     os::HidInterface found;
     for (uint32_t index = 0; pathOut[0] == 0; ++index) {
+        // compat: one line per index tried, as logs have always shown it.
         writeGuidLine(WIDE("Selected: {%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X}\n"),
                       interfaceClass);
         switch (os::classInterfaceAt(set, index, &found, errorOut)) {
@@ -54,6 +55,7 @@ Walk walkAllClasses(os::ClassSet *set, uint16_t vendorId, uint16_t productId, Ch
             return Walk::failed;
         if (step != os::EnumStep::found)
             return Walk::finished;
+        // compat: the leading blank stays, as logs have always shown the line.
         writeGuidLine(WIDE(" Testing: {%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X}\n"),
                       deviceClass);
         for (uint32_t member = 0; pathOut[0] == 0; ++member) {
@@ -80,6 +82,7 @@ bool matchingDevice(const Char16 *idString, Char16 *pathOut, const xdsp_guid *in
         return false;
     uint32_t error = 0;
     Walk walk = Walk::matched;
+    // compat: an output buffer that is not empty ends the call at once with TRUE.
     if (pathOut[0] == 0)
         walk = interfaceClass != nullptr
                    ? walkInterfaceClass(set, *interfaceClass, vendorId, productId, pathOut, &error)

@@ -44,6 +44,8 @@ const Char16 *parseDeviceName(const Char16 *path, uint16_t *vendorId, uint16_t *
     *vendorId = 0;
     *productId = 0;
     *interfaceNumber = 0;
+    // compat: the markers are found case-sensitively, and a path with "vid_" alone
+    // gives no instance part, as callers of the parser have always seen.
     const Char16 *vendorField = find(path, "vid_");
     const Char16 *productField = find(path, "pid_");
     const Char16 *interfaceField = find(path, "mi_");

@@ -19,7 +19,9 @@ extern "C" XDSP_EXPORT xdsp_hresult XDSP_API DllGetVersion(xdsp_dll_version_info
         return resultNoInterface;
     info->dwBuildNumber = 1;
     info->dwMajorVersion = 1;
-    info->dwMinorVersion = 0x00010000; // the value existing callers have always seen
+    // compat: minor version 0x00010000, not 1: callers compare with the value they have
+    // always been given.
+    info->dwMinorVersion = 0x00010000;
     info->dwPlatformID = 2;
     if (info->cbSize >= secondFormSize) {
         auto *second = reinterpret_cast<xdsp_dll_version_info2 *>(info);

@@ -8,7 +8,9 @@
 namespace xdsp::os {
 
 namespace {
-// Codes that mean the device went away; the poll thread reopens on 6.
+// Codes that mean the device went away (an unplugged board, a virtual device that
+// closed its pipe). The poll thread reopens only on 6; any other code would have it
+// retry the write forever instead of reconnecting.
 uint32_t libraryCode(DWORD code) {
     switch (code) {
     case ERROR_BROKEN_PIPE:
