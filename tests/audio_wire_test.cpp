@@ -141,6 +141,10 @@ TEST_P(AudioWire, EchoSendsWholeWordsAndComparesThem) {
     EXPECT_EQ(Halvio_Echo(nullptr, 4), 0);
     EXPECT_EQ(os::lastError(), 87u);
     EXPECT_TRUE(peer.transfers().empty());
+    // Without a whole word to send no data byte is read: the empty echo runs.
+    EXPECT_EQ(Halvio_Echo(nullptr, 1), 1);
+    sent = peer.commandTransfers();
+    EXPECT_EQ(expectExchange(sent, 0, prefix(), user({0x38, 0x00}), 8, 2, 10), sent.size());
 }
 
 TEST_P(AudioWire, EchoMismatchDumpsBothSidesFromTheFirstDifference) {
@@ -181,10 +185,11 @@ TEST_P(AudioWire, LoadFilenameDecodesTheBlockIntoTheCallersBuffers) {
     ScriptedPeer &peer = scripted.peer;
     uint8_t lengthByte = 0x41;
     bool magic = true;
+    std::string fileName = "Hall A";
     peer.respond([&](const Bytes &, const SpiTransfer &) {
         Bytes head = magic ? userReply({0x39, lengthByte, 0x00, 0x07}) : bootReply(0x39, {0, 7});
         head.resize(10);
-        return concat(head, travelledBlock("Hall A", "2024-03-01 13:05:09", "2023-12-25 08:00:00"));
+        return concat(head, travelledBlock(fileName, "2024-03-01 13:05:09", "2023-12-25 08:00:00"));
     });
 
     Char16 name[64] = {'x', 'y'};
@@ -209,6 +214,15 @@ TEST_P(AudioWire, LoadFilenameDecodesTheBlockIntoTheCallersBuffers) {
     Halvio_LoadFilename(7, reinterpret_cast<Char16 *>(untouched.data()), 0, nullptr, &modified);
     EXPECT_EQ(untouched.contents(), Bytes(8, 0xEE));
     EXPECT_NEAR(modified, march, 1e-6);
+
+    // A name field without a zero byte gives all 64 characters where they fit.
+    fileName = std::string(64, 'n');
+    Char16 whole[65];
+    Halvio_LoadFilename(7, whole, 65, nullptr, nullptr);
+    EXPECT_EQ(Text(whole), Text(64, Char16('n')));
+    Halvio_LoadFilename(7, name, 64, nullptr, nullptr);
+    EXPECT_EQ(Text(name), Text(63, Char16('n')));
+    fileName = "Hall A";
 
     // A reply whose length byte is not 0x41, or without the magic: empty name
     // and no dates, 500 ms after the exchange.

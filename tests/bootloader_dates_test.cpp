@@ -17,11 +17,24 @@ namespace {
 // in the last bit; dates compare to well below a second.
 constexpr double tolerance = 1e-9;
 
+SystemTimeFields fieldsOf(int year, int month, int day, int hour = 0, int minute = 0,
+                          int second = 0) {
+    return {static_cast<uint16_t>(year),   static_cast<uint16_t>(month),
+            static_cast<uint16_t>(day),    static_cast<uint16_t>(hour),
+            static_cast<uint16_t>(minute), static_cast<uint16_t>(second)};
+}
+
 double dateOf(int year, int month, int day, int hour = 0, int minute = 0, int second = 0) {
     double date = -1e9;
-    EXPECT_TRUE(oleDateFromCalendar({year, month, day, hour, minute, second}, &date))
-        << year << "-" << month << "-" << day;
+    EXPECT_TRUE(oleDateFromSystemTime(fieldsOf(year, month, day, hour, minute, second), &date))
+        << year << "-" << month << "-" << day << " " << hour << ":" << minute << ":" << second;
     return date;
+}
+
+uint64_t bitsOf(double value) {
+    uint64_t bits = 0;
+    std::memcpy(&bits, &value, sizeof bits);
+    return bits;
 }
 
 std::string calendarText(double date) {
@@ -52,25 +65,47 @@ TEST(OleDates, CheckedValues) {
     EXPECT_EQ(calendarText(0.0), "1899-12-30 00:00:00");
 }
 
-TEST(OleDates, CalendarEdges) {
+TEST(OleDates, FieldsAreTakenAsTheSystemConversionTakesThem) {
+    // Each expected value is what the system conversion gave under Wine.
     double date = 0.0;
-    for (CalendarTime refused :
-         {CalendarTime{2024, 13, 1, 0, 0, 0}, CalendarTime{2024, 0, 1, 0, 0, 0},
-          CalendarTime{2024, 1, 32, 0, 0, 0}, CalendarTime{2024, 1, -1, 0, 0, 0},
-          CalendarTime{10000, 1, 1, 0, 0, 0}, CalendarTime{99, 12, 31, 0, 0, 0},
-          CalendarTime{2024, 1, 1, 24, 0, 0}, CalendarTime{2024, 1, 1, 0, 60, 0},
-          CalendarTime{2024, 1, 1, 0, 0, 60}, CalendarTime{2024, 1, 1, -1, 0, 0},
-          CalendarTime{100, 1, 0, 0, 0, 0}})
-        EXPECT_FALSE(oleDateFromCalendar(refused, &date))
-            << refused.year << "-" << refused.month << "-" << refused.day << " " << refused.hour
-            << ":" << refused.minute << ":" << refused.second;
-    // Day 0 is the month before's last day; days past the end roll on.
+    for (SystemTimeFields refused :
+         {fieldsOf(10000, 1, 1), fieldsOf(65535, 1, 1), fieldsOf(2024, 13, 1),
+          fieldsOf(2024, 65535, 1), fieldsOf(2024, 1, 32), fieldsOf(2024, 12, 32),
+          fieldsOf(2024, 1, 65535)})
+        EXPECT_FALSE(oleDateFromSystemTime(refused, &date))
+            << refused.year << "-" << refused.month << "-" << refused.day;
+    // Two-digit years, month 0 and day 0, days past the month's end.
+    EXPECT_EQ(dateOf(0, 1, 1), 36526.0);
+    EXPECT_EQ(dateOf(49, 1, 1), 54424.0);
+    EXPECT_EQ(dateOf(50, 1, 1), 18264.0);
+    EXPECT_EQ(dateOf(99, 12, 31), 36525.0);
+    EXPECT_EQ(dateOf(2024, 0, 1), 45261.0);
+    EXPECT_EQ(dateOf(0, 0, 1), 36495.0) << "the year is read before the month rolls back";
+    EXPECT_EQ(dateOf(100, 0, 1), -657465.0) << "and not read again after it";
     EXPECT_EQ(dateOf(2024, 3, 0), dateOf(2024, 2, 29));
-    EXPECT_EQ(dateOf(2023, 3, 0), dateOf(2023, 2, 28));
     EXPECT_EQ(dateOf(2023, 2, 31), dateOf(2023, 3, 3));
-    EXPECT_EQ(dateOf(2024, 1, 0), dateOf(2023, 12, 31));
     EXPECT_EQ(dateOf(2000, 2, 30), dateOf(2000, 3, 1)) << "2000 is a leap year";
     EXPECT_EQ(dateOf(2100, 2, 29), dateOf(2100, 3, 1)) << "2100 is not";
+    EXPECT_EQ(dateOf(100, 1, 0), -657435.0) << "not held to the range";
+    EXPECT_EQ(dateOf(2023, 11, 31), dateOf(2024, 1, 1)) << "past November lands in January";
+    EXPECT_EQ(dateOf(2024, 11, 30, 24), dateOf(2025, 1, 1));
+    EXPECT_EQ(dateOf(2024, 1, 1, 65535 - 767), dateOf(2023, 11, 30)) << "backwards is plain";
+    // Time fields roll into the days, as signed 16-bit values, before the
+    // time of day is added away from the epoch.
+    EXPECT_EQ(dateOf(2024, 3, 1, 24), 45353.0);
+    EXPECT_EQ(dateOf(9999, 12, 31, 24), 2958466.0);
+    EXPECT_EQ(dateOf(1899, 12, 29, 24), 0.0);
+    EXPECT_EQ(dateOf(1899, 12, 29, 23, 59, 60), 0.0);
+    EXPECT_EQ(bitsOf(dateOf(2024, 3, 1, 13, 4, 69)), 0x40e6251172a1907fu);
+    EXPECT_EQ(bitsOf(dateOf(2024, 3, 1, 23, 59, 59)), 0x40e6251fffe7ba38u) << "part by part";
+    EXPECT_EQ(bitsOf(dateOf(2001, 2, 3, 4, 5, 6)), 0x40e207a57258bf25u);
+    EXPECT_EQ(bitsOf(dateOf(1899, 12, 30, 0, 0, 65535)), 0xbffffff3dd1baf99u);
+    EXPECT_EQ(bitsOf(dateOf(1899, 12, 30, 65535)), 0xbfff555555555556u);
+    EXPECT_EQ(bitsOf(dateOf(2024, 3, 1, 32768)), 0x40e57a5555555555u);
+    EXPECT_EQ(bitsOf(dateOf(100, 1, 1, 32768)), 0xc1241ae155555555u);
+    EXPECT_EQ(dateOf(2024, 3, 1, 32767), 46841.291666666664) << "four Decembers skipped";
+    EXPECT_EQ(bitsOf(dateOf(2024, 3, 1, 32767, 32767, 32767)), 0x40e6dc5d44ee2cc0u)
+        << "the minute wraps when the seconds carry into it";
 
     CalendarTime time{};
     EXPECT_FALSE(calendarFromOleDate(-657435.0, &time));
@@ -92,7 +127,9 @@ TEST(OleDates, RoundTripsBothWays) {
         CalendarTime time{};
         ASSERT_TRUE(calendarFromOleDate(day, &time)) << day;
         double back = 0.0;
-        ASSERT_TRUE(oleDateFromCalendar(time, &back)) << day;
+        ASSERT_TRUE(oleDateFromSystemTime(
+            fieldsOf(time.year, time.month, time.day, time.hour, time.minute, time.second), &back))
+            << day;
         EXPECT_LT(std::fabs(back - day) * 86400, 0.5 + 1e-3) << day;
         CalendarTime again{};
         ASSERT_TRUE(calendarFromOleDate(back, &again));
@@ -105,12 +142,15 @@ TEST(OleDates, DateTexts) {
     EXPECT_EQ(calendarText(parsed("9999-12-31 23:59:59")), "9999-12-31 23:59:59");
     // Separators in runs, short numbers, blanks before a number.
     EXPECT_EQ(calendarText(parsed("2024--3-1 - 7::5:: 9")), "2024-03-01 07:05:09");
-    // No valid date: 0.0.
-    EXPECT_EQ(parsed("0000-00-00 00:00:00"), 0.0);
+    // Fields as the conversion takes them: all zero is 1999-11-30, a sign
+    // counts, and only a failed conversion reads as 0.0.
+    EXPECT_EQ(parsed("0000-00-00 00:00:00"), 36494.0);
+    EXPECT_EQ(parsed("abc"), 36494.0);
+    EXPECT_EQ(bitsOf(parsed("1899-12-30 00:00:-3600")), 0xbfff555555555556u);
+    EXPECT_EQ(parsed("1899-12-30 -1:00:00"), 1 / 24.0) << "the run of blanks and '-' eats the sign";
     EXPECT_EQ(parsed("2024-13-01 00:00:00"), 0.0);
-    EXPECT_EQ(parsed("abc"), 0.0);
-    EXPECT_EQ(parsed(""), 0.0);
-    EXPECT_EQ(parsed("99999999999999999999"), 0.0);
+    EXPECT_EQ(parsed("99999999999999999999"), 0.0) << "saturates to a year past 9999";
+    EXPECT_EQ(parsed("-1-01-01"), 0.0) << "year 65535";
     // A text without a terminator is read only within its length.
     const uint8_t unterminated[] = {'2', '0', '2', '4', '-', '0', '3', '-', '0', '1',
                                     ' ', '1', '3', ':', '0', '5', ':', '0', '9', '9'};
@@ -120,9 +160,7 @@ TEST(OleDates, DateTexts) {
 TEST(OleDates, NowFollowsTheLocalClock) {
     xdsp::os::LocalTime before = xdsp::os::localTime();
     double now = oleDateNow();
-    double expected = 0.0;
-    ASSERT_TRUE(oleDateFromCalendar(
-        {before.year, before.month, before.day, before.hour, before.minute, before.second},
-        &expected));
+    double expected =
+        dateOf(before.year, before.month, before.day, before.hour, before.minute, before.second);
     EXPECT_LT(std::fabs(now - expected) * 86400, 2.0);
 }

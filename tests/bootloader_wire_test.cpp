@@ -167,6 +167,22 @@ TEST_P(BootWire, FileSystemCommandBytes) {
     EXPECT_EQ(XMOSBoot_SetFileType(255, 1), 0);
     EXPECT_EQ(XMOSBoot_SetFileNameDate(15, WIDE("x"), 45000.0), 0);
     EXPECT_TRUE(peer.transfers().empty());
+
+    // A type past one byte goes out as it formats: "\x100" is 0x10 and '0'.
+    peer.respond(acknowledge);
+    EXPECT_EQ(XMOSBoot_SetFileType(0, 256), 1);
+    EXPECT_EQ(peer.commandTransfers().at(0).written,
+              boot({0x28, 0x02, 0x00, 0x01, 0x00, 0x10, '0'}));
+
+    // The front end's checksum refuses only indexes past the table; a negative
+    // one is asked for as it converts (file number 0).
+    peer.clear();
+    EXPECT_EQ(BootLoader_GetFileChecksum(15), 0xFFFF);
+    EXPECT_EQ(BootLoader_GetFileChecksum(31415), 0xFFFF);
+    EXPECT_TRUE(peer.transfers().empty());
+    BootLoader_GetFileChecksum(-1);
+    ASSERT_FALSE(peer.commandTransfers().empty());
+    EXPECT_EQ(peer.commandTransfers().at(0).written, boot({0x29, 0x01, 0x00, 0x00}));
 }
 
 TEST_P(BootWire, CloseAsksTwiceThenDumps) {

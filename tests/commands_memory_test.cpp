@@ -142,6 +142,15 @@ TEST(FlashCommands, BusyWaitBoundsAreOneSecondForWritesAndHalfASecondForReads) {
     EXPECT_EQ(capture.count(WIDE("Done.  (timeout)\n")), 2u);
     EXPECT_TRUE(os::threadJoin(releaser, 5000));
     os::threadRelease(releaser);
+
+    // TEDS keeps the bound too, but its wait always ends with "Done.".
+    ASSERT_TRUE(emulated.holdBusyUntilSeen());
+    capture.clear();
+    start = os::tickMs();
+    EXPECT_EQ(WriteTEDS(0, data, 2, nullptr, 0), 1);
+    EXPECT_GE(elapsedMs(start), 1000u);
+    EXPECT_EQ(capture.count(WIDE("Done.\n")), 1u);
+    EXPECT_EQ(capture.count(WIDE("Done.  (timeout)\n")), 0u);
 }
 
 TEST(PinCommands, SetAndGetIgnoringTheUnusedArgument) {

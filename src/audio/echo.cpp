@@ -36,8 +36,9 @@ extern "C" XDSP_EXPORT xdsp_bool XDSP_API Halvio_Echo(const uint8_t *data, uint3
     using namespace xdsp::bootloader;
     if (length > maxEchoLength)
         return 0;
-    // NULL data with a count is refused like any other NULL buffer with one.
-    if (data == nullptr && length != 0) {
+    // NULL data with a byte to send is refused like any other NULL buffer with
+    // one; a length of 0 or 1 reads no byte, so its empty echo still runs.
+    if (data == nullptr && length >= 2) {
         xdsp::os::setLastError(xdsp::os::error::invalidParameter);
         return 0;
     }

@@ -42,10 +42,11 @@ extern "C" XDSP_EXPORT void XDSP_API Halvio_LoadFilename(int32_t fileNumber, xds
     if (!xdsp::audio::carriesUserMagic(reply) || reply[lengthOffset] != fileReplyWords)
         return;
 
-    FileDescriptor decoded{};
+    NameAndDates decoded;
     decodeNameDateBlock(reply + blockOffset, &decoded);
-    // A name longer than the caller's buffer is cut to capacity - 1 characters,
-    // as BootLoader_GetFileDesc cuts it.
+    // All 64 characters of a field without a zero byte when the buffer holds
+    // them; a longer name is cut to capacity - 1 characters, as
+    // BootLoader_GetFileDesc cuts it.
     if (wantsName)
         xdsp::boundedCopy(name, nameCapacity, decoded.name);
     if (modificationDate != nullptr)

@@ -24,10 +24,11 @@ XDSP_EXPORT uint16_t XDSP_API BootLoader_ComputeFileChecksum(const uint8_t *data
 }
 
 XDSP_EXPORT uint16_t XDSP_API BootLoader_GetFileChecksum(int32_t fileIndex) {
-    constexpr int32_t bootFile = 300;
-    if ((fileIndex < 0 || fileIndex >= static_cast<int32_t>(xdsp::bootloader::fileCount)) &&
-        fileIndex != bootFile)
-        return 0xFFFF; // compat: a bad index reads as checksum 0xFFFF, not as an error
+    // compat: an index past the table reads as checksum 0xFFFF, not as an error;
+    // a negative one is asked for as it converts, since only the upper bound
+    // was ever checked.
+    if (fileIndex >= XDSP_MAX_FILES && fileIndex != XDSP_BOOT_FILE_NUMBER)
+        return 0xFFFF;
     return XMOSBoot_GetChecksum(static_cast<uint32_t>(fileIndex));
 }
 }

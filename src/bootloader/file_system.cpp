@@ -99,10 +99,11 @@ XDSP_EXPORT xdsp_bool XDSP_API XMOSBoot_AllocateFile(uint32_t fileIndex, uint32_
 }
 
 XDSP_EXPORT xdsp_bool XDSP_API XMOSBoot_SetFileType(uint32_t fileIndex, int16_t type) {
-    // Number and type each fill one byte of the command; values that do not
-    // fit are refused rather than cut, and nothing is sent.
+    // A file number past one byte, or a negative type, would format into
+    // something else than the command: refused, nothing sent. A type above
+    // 255 goes out as it formats, its third digit as a byte of its own.
     uint32_t number = fileIndex + 1;
-    if (fileIndex > 0xFE || type < 0 || type > 0xFF)
+    if (fileIndex > 0xFE || type < 0)
         return 0;
     uint8_t reply[replyBytes];
     if (standardCommand(0x28, reply, 14, WIDE("BOOT\\x28\\x02\\x00\\x%02X\\x00\\x%02X"), number,
@@ -138,13 +139,9 @@ XDSP_EXPORT xdsp_bool XDSP_API XMOSBoot_FormatBootFile(int32_t value) {
 }
 
 XDSP_EXPORT xdsp_bool XDSP_API XMOSBoot_CloseFile(uint32_t fileIndex) {
-<<<<<<< HEAD
-    flush();
-=======
     // compat: flush, 2000 ms, flush before every close: the settling time the boot
     // loader has always been given after the last packet.
-    XMOSBoot_Flush();
->>>>>>> docs
+    flush();
     xdsp::os::sleepMs(closePauseMs);
     flush();
     uint8_t reply[replyBytes] = {};

@@ -156,14 +156,9 @@ extern "C" XDSP_EXPORT xdsp_bool XDSP_API XMOSBoot_BuildFAI(void) {
         reportTableFailure(reply);
         if (!readTable(reply)) {
             reportTableFailure(reply);
-<<<<<<< HEAD
-            // No caption: the system shows its default one.
-            xdsp::os::messageBox(WIDE("FAI Error"), nullptr, xdsp::os::messageStyle::exclamation);
-=======
             // compat: shown whatever BootLoader_Send's show-errors flag says, with no
             // caption (the system's default one), as it has always been shown.
-            xdsp::os::messageBox(WIDE("FAI Error"), nullptr, boxExclamation);
->>>>>>> docs
+            xdsp::os::messageBox(WIDE("FAI Error"), nullptr, xdsp::os::messageStyle::exclamation);
             return 0;
         }
     }

@@ -42,8 +42,16 @@ void buildNameDateBlock(const FileDescriptor &descriptor, uint8_t *block);
 // Exchanges bytes 2i and 2i+1 throughout a block (its own inverse).
 void swapPairs(uint8_t *bytes, size_t count);
 
-// Takes a block as read back (pairs swapped, '*' for zero) into a descriptor's
-// name and dates.
+// A block's name (its whole field when no zero byte ends it) and dates.
+struct NameAndDates {
+    Char16 name[blockNameBytes + 1];
+    double modificationDate;
+    double creationDate;
+};
+
+// Takes a block as read back (pairs swapped, '*' for zero) apart.
+void decodeNameDateBlock(const uint8_t *travelled, NameAndDates *decoded);
+// The same into a descriptor, whose name keeps at most 63 characters.
 void decodeNameDateBlock(const uint8_t *travelled, FileDescriptor *descriptor);
 
 } // namespace xdsp::bootloader

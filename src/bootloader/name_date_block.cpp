@@ -2,6 +2,7 @@
 // two date texts, '*' where a 0x00, 0xCC or 0xFF would be, pairs swapped.
 #include "bootloader/file_table.h"
 #include "bootloader/ole_date.h"
+#include "frame/bounded_string.h"
 
 #include <cstring>
 
@@ -44,7 +45,7 @@ void buildNameDateBlock(const FileDescriptor &descriptor, uint8_t *block) {
             block[i] = filler;
 }
 
-void decodeNameDateBlock(const uint8_t *travelled, FileDescriptor *descriptor) {
+void decodeNameDateBlock(const uint8_t *travelled, NameAndDates *decoded) {
     uint8_t block[blockBytes];
     for (size_t i = 0; i < blockBytes; ++i)
         // compat: every '*' reads as a zero, so a name with '*' in it ends there.
@@ -53,18 +54,26 @@ void decodeNameDateBlock(const uint8_t *travelled, FileDescriptor *descriptor) {
     // Erased flash: no name.
     if (block[0] == 0xFF)
         block[0] = 0;
-    // A field without a zero byte still ends inside the descriptor's name.
     size_t length = 0;
-    while (length + 1 < nameChars && block[length] != 0) {
-        descriptor->name[length] = block[length];
+    while (length < blockNameBytes && block[length] != 0) {
+        decoded->name[length] = block[length];
         ++length;
     }
-    descriptor->name[length] = 0;
+    decoded->name[length] = 0;
     const uint8_t *modification = block + modificationTextOffset;
     const uint8_t *creation = block + creationTextOffset;
-    descriptor->modificationDate =
+    decoded->modificationDate =
         modification[0] == 0xFF ? 0.0 : parseDateText(modification, dateTextBytes);
-    descriptor->creationDate = creation[0] == 0xFF ? 0.0 : parseDateText(creation, dateTextBytes);
+    decoded->creationDate = creation[0] == 0xFF ? 0.0 : parseDateText(creation, dateTextBytes);
+}
+
+void decodeNameDateBlock(const uint8_t *travelled, FileDescriptor *descriptor) {
+    NameAndDates decoded;
+    decodeNameDateBlock(travelled, &decoded);
+    // A field without a zero byte still ends inside the descriptor's name.
+    boundedCopy(descriptor->name, nameChars, decoded.name);
+    descriptor->modificationDate = decoded.modificationDate;
+    descriptor->creationDate = decoded.creationDate;
 }
 
 } // namespace xdsp::bootloader

@@ -35,6 +35,24 @@ void civilFromDays(int64_t days, CalendarTime *time) {
     time->year = static_cast<int>(yearOfEra + era * 400 + (time->month <= 2 ? 1 : 0));
 }
 
+int64_t daysInMonth(int64_t year, int month) {
+    return daysFromCivil(month == 12 ? year + 1 : year, month == 12 ? 1 : month + 1, 1) -
+           daysFromCivil(year, month, 1);
+}
+
+// Carries whole units of a time field into the next one, both kept as the
+// system keeps them: signed 16-bit values that wrap.
+void carryInto(int16_t &field, int16_t &next, int unit) {
+    int quotient = field / unit;
+    int remainder = field % unit;
+    if (remainder < 0) {
+        remainder += unit;
+        --quotient;
+    }
+    field = static_cast<int16_t>(remainder);
+    next = static_cast<int16_t>(static_cast<uint16_t>(next + quotient));
+}
+
 void putDigits(char *text, int value, int width) {
     for (int i = width - 1; i >= 0; --i) {
         text[i] = static_cast<char>('0' + value % 10);
@@ -48,20 +66,22 @@ class DateTextReader {
   public:
     DateTextReader(const uint8_t *text, size_t length) : text_(text), length_(length) {}
 
-    // Blanks and a sign, then digits up to the first other character; the
-    // position stays where it was.
-    int number() const {
+    // Blanks and a sign, then digits up to the first other character, kept
+    // as the 16-bit field keeps them; the position stays where it was. A
+    // number past the 32-bit range saturates, as the C library's reader does.
+    uint16_t number() const {
         size_t at = position_;
         while (isBlank(at))
             ++at;
         bool negative = byteAt(at) == '-';
         if (byteAt(at) == '-' || byteAt(at) == '+')
             ++at;
+        constexpr int64_t ceiling = int64_t{INT32_MAX} + 1;
         int64_t value = 0;
-        constexpr int64_t ceiling = 1000000; // far beyond every field, well inside int
         for (; isDigit(at); ++at)
             value = std::min(value * 10 + (byteAt(at) - '0'), ceiling);
-        return static_cast<int>(negative ? -value : value);
+        int64_t signedValue = negative ? -value : std::min<int64_t>(value, INT32_MAX);
+        return static_cast<uint16_t>(signedValue & 0xFFFF);
     }
 
     void skipDigits() {
@@ -88,19 +108,50 @@ class DateTextReader {
 };
 } // namespace
 
-bool oleDateFromCalendar(const CalendarTime &time, double *date) {
-    if (time.year < 100 || time.year > 9999 || time.month < 1 || time.month > 12 || time.day < 0 ||
-        time.day > 31 || time.hour < 0 || time.hour > 23 || time.minute < 0 || time.minute > 59 ||
-        time.second < 0 || time.second > 59)
+bool oleDateFromSystemTime(const SystemTimeFields &fields, double *date) {
+    if (fields.year > 9999 || fields.month > 12 || fields.day > 31)
         return false;
-    // Day 0 and days past the month's end count on from the month's first day.
-    int64_t days = daysFromCivil(time.year, time.month, 1) + time.day - 1 + epochFromUnix;
-    if (days < firstDay || days > lastDay)
-        return false;
-    double fraction =
-        (time.hour * 3600 + time.minute * 60 + time.second) / static_cast<double>(secondsPerDay);
-    // Before the epoch the time of day counts away from it: -1.25 is the 29th, 06:00.
-    *date = days >= 0 ? static_cast<double>(days) + fraction : static_cast<double>(days) - fraction;
+    int64_t year = fields.year < 50    ? fields.year + 2000
+                   : fields.year < 100 ? fields.year + 1900
+                                       : fields.year;
+    int month = fields.month;
+    if (month == 0) {
+        month = 12;
+        --year;
+    }
+    auto second = static_cast<int16_t>(fields.second);
+    auto minute = static_cast<int16_t>(fields.minute);
+    auto hour = static_cast<int16_t>(fields.hour);
+    int16_t day = static_cast<int16_t>(fields.day);
+    carryInto(second, minute, 60);
+    carryInto(minute, hour, 60);
+    carryInto(hour, day, 24);
+    int64_t dayOfMonth = day;
+    while (dayOfMonth > daysInMonth(year, month)) {
+        dayOfMonth -= daysInMonth(year, month);
+        // compat: a day past the end of November lands in January, a month
+        // later than the calendar's, as the system conversion rolls it.
+        if (++month >= 12) {
+            month = 1;
+            ++year;
+        }
+    }
+    while (dayOfMonth <= 0) {
+        if (--month < 1) {
+            month = 12;
+            --year;
+        }
+        dayOfMonth += daysInMonth(year, month);
+    }
+    auto value =
+        static_cast<double>(daysFromCivil(year, month, 1) + dayOfMonth - 1 + epochFromUnix);
+    // Part by part, as the system adds them: the last bit can differ from a
+    // division of the day's seconds.
+    double away = value < 0.0 ? -1.0 : 1.0;
+    value += hour / 24.0 * away;
+    value += minute / 1440.0 * away;
+    value += second / 86400.0 * away;
+    *date = value;
     return true;
 }
 
@@ -144,32 +195,34 @@ void formatDateText(double date, char *text) {
 
 double parseDateText(const uint8_t *text, size_t length) {
     DateTextReader reader(text, length);
-    CalendarTime time{};
-    time.year = reader.number();
+    SystemTimeFields fields{};
+    fields.year = reader.number();
     reader.skipDigits();
     reader.skipAny('-', '-');
-    time.month = reader.number();
+    fields.month = reader.number();
     reader.skipDigits();
     reader.skipAny('-', '-');
-    time.day = reader.number();
+    fields.day = reader.number();
     reader.skipDigits();
     reader.skipAny('-', ' ');
-    time.hour = reader.number();
+    fields.hour = reader.number();
     reader.skipDigits();
     reader.skipAny(':', ':');
-    time.minute = reader.number();
+    fields.minute = reader.number();
     reader.skipDigits();
     reader.skipAny(':', ':');
-    time.second = reader.number();
+    fields.second = reader.number();
     double date = 0.0;
-    return oleDateFromCalendar(time, &date) ? date : 0.0;
+    return oleDateFromSystemTime(fields, &date) ? date : 0.0;
 }
 
 double oleDateNow() {
     os::LocalTime now = os::localTime();
+    SystemTimeFields fields{static_cast<uint16_t>(now.year),   static_cast<uint16_t>(now.month),
+                            static_cast<uint16_t>(now.day),    static_cast<uint16_t>(now.hour),
+                            static_cast<uint16_t>(now.minute), static_cast<uint16_t>(now.second)};
     double date = 0.0;
-    oleDateFromCalendar(
-        CalendarTime{now.year, now.month, now.day, now.hour, now.minute, now.second}, &date);
+    oleDateFromSystemTime(fields, &date);
     return date;
 }
 

@@ -11,10 +11,20 @@ struct CalendarTime {
     int year, month, day, hour, minute, second;
 };
 
-// Proleptic Gregorian, 0100-01-01 to 9999-12-31. Day 0 is the last day of the
-// month before and a day past the month's end rolls into the next month; other
-// fields out of range, or a result outside the range, are refused (false).
-bool oleDateFromCalendar(const CalendarTime &time, double *date);
+// The date fields of a system time, 16 bits each, as a date text's numbers
+// are stored in them.
+struct SystemTimeFields {
+    uint16_t year, month, day, hour, minute, second;
+};
+
+// The conversion of the Windows system-time-to-variant-time function, the same
+// on every platform: false for a year above 9999, a month above 12 or a day
+// above 31. Years 0-49 are 2000-2049 and 50-99 are 1950-1999; month 0 is the
+// December before and day 0 the month before's last day; a day past the
+// month's end rolls on; hour, minute and second are signed 16-bit values that
+// roll into the days. The result is not held to 0100-9999. The time of day is
+// added part by part, away from the epoch (-1.25 is 1899-12-29 06:00).
+bool oleDateFromSystemTime(const SystemTimeFields &fields, double *date);
 
 // Rounds to the nearest second; false for a date outside the range (or not a
 // number).
@@ -26,8 +36,8 @@ inline constexpr size_t dateTextChars = 20;
 void formatDateText(double date, char *text);
 
 // Reads year, month, day, hour, minute and second from a date text of at most
-// length bytes (it may end earlier at a 0). A text that forms no valid date
-// gives 0.0.
+// length bytes (it may end earlier at a 0) into a system time's fields and
+// converts them; 0.0 where the conversion fails.
 double parseDateText(const uint8_t *text, size_t length);
 
 // The local time now as an OLE automation date (milliseconds dropped).

@@ -34,6 +34,7 @@ void waitWhileBusy(const CommandDescription &command) {
     while (busy() && os::tickMs() - start < command.busyBoundMs)
         os::sleepMs(busyPollMs);
     bool timedOut = busy() && command.showsBusyTimeout;
+    // compat: two blanks before "(timeout)", kept word for word.
     debugWrite(timedOut ? WIDE("Done.  (timeout)\n") : WIDE("Done.\n"));
 }
 
@@ -56,6 +57,7 @@ bool commandFailed(const Char16 *boxText) {
     if ((link::shared.statusWord.load() & link::status::error) == 0)
         return false;
     debugWrite(WIDE("Command Error..."));
+    // compat: caption "Error" and a plain OK box, as users know it.
     os::messageBox(boxText, WIDE("Error"), os::messageStyle::plain);
     os::setLastError(os::error::internalError);
     return true;

@@ -8,6 +8,7 @@
 
 namespace xdsp::commands {
 
+// compat: 200 ms before a command reports success, the timing callers have always had.
 inline constexpr uint32_t successPauseMs = 200;
 
 // compat: five commands show the flash error text in their message box.

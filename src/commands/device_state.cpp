@@ -29,6 +29,7 @@ uint16_t gpioInputs() {
 uint16_t adcValue(uint32_t channel) {
     const auto &values = link::shared.adcValues;
     if (channel >= std::size(values))
+        // compat: 65535 for a channel of 4 or more, not an error.
         return noAdcChannel;
     return values[channel].load();
 }

@@ -14,6 +14,7 @@ XDSP_EXPORT xdsp_bool XDSP_API WriteSPIEx(uint16_t spiSelect, uint16_t busyMask,
                                                                                                : 0;
 }
 
+// compat: WriteSPI always passes busy mask 0.
 XDSP_EXPORT xdsp_bool XDSP_API WriteSPI(uint16_t spiSelect, int32_t modeFlag, uint16_t spiSettingA,
                                         uint16_t spiSettingB, const uint8_t *writeData,
                                         uint32_t writeLength, uint8_t *readData,
@@ -94,7 +95,7 @@ XDSP_EXPORT xdsp_bool XDSP_API ReadFLASH(uint32_t address, uint8_t *buffer, uint
     return xdsp::commands::readFlash(address, buffer, count) ? 1 : 0;
 }
 
-// The first argument has no meaning to the board and is not sent.
+// compat: the first argument is accepted and not sent; it has no meaning to the board.
 XDSP_EXPORT xdsp_bool XDSP_API SetPIN(uint32_t, uint16_t pins) {
     return xdsp::commands::setPins(pins) ? 1 : 0;
 }

@@ -63,8 +63,10 @@ bool dispatch(const uint8_t *report, uint16_t code) {
                    sizeof shared.calibrationRecord);
         return true;
     case response::teds:
-        storeCounted(report, 16, 20, transferLimit, shared.tedsBuffer,
-                     WIDE("TEDS: Corrupted Data Length (0x%04X)\n"));
+        storeCounted(
+            report, 16, 20, transferLimit, shared.tedsBuffer,
+            // compat: the response event is still set, so the caller wakes and reads zeros.
+            WIDE("TEDS: Corrupted Data Length (0x%04X)\n"));
         return true;
     default:
         return false;

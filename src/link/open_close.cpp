@@ -30,6 +30,7 @@ bool createEvents(PollRun *run) {
 // The thread did not leave: wake its blocked I/O, and if that is not enough,
 // end it. It must never again touch the staging report that callers see.
 void stopForcibly(PollRun *run) {
+    // compat: misspelt as it has always been; logs are matched on it.
     debugWrite(WIDE("Forcably terminating HID thread.\n"));
     os::lockEnter(run->lock);
     run->abandoned.store(true);

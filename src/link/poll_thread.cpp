@@ -13,6 +13,7 @@
 namespace xdsp::link {
 
 namespace {
+// compat: about one reopen a second.
 constexpr uint32_t reopenPauseMs = 1000;
 constexpr uint32_t reopenAttemptsBeforeBox = 31;
 // A write that fails for another reason than a lost device is retried after
@@ -56,10 +57,12 @@ bool allocateBuffers(PollRun *run) {
 }
 
 void reopen(PollRun *run) {
+    // compat: the mixed "HID::" and "HID: " prefixes are kept word for word.
     debugWrite(WIDE("HID::Reopening HID\n"));
     os::Device *device = discovery::openDevicePath(run->path);
     run->device.store(device);
     if (++run->reopenCount >= reopenAttemptsBeforeBox) {
+        // compat: this box after 31 attempts in a row, as users know it.
         os::messageBox(WIDE("Error on HID"), WIDE("XMOS"), os::messageStyle::exclamation);
         run->reopenCount = 0;
     }
@@ -138,6 +141,7 @@ uint32_t pollThreadMain(void *argument) {
     uint32_t outputLength = 0;
     discovery::reportSizes(run->device.load(), &inputLength, &outputLength, nullptr);
     if (inputLength == 0 || outputLength == 0) {
+        // compat: "HID::" with a blank, as logs have always shown it.
         debugWrite(WIDE("HID:: HID Init Error: Cancelling Thread.\n"));
         os::eventSet(run->threadExitEvent);
         return leaveThread(run, 1);
