@@ -10,8 +10,8 @@ from dataclasses import dataclass
 from typing import Any, List, Optional
 
 from . import errors
-from ._native import (DEVICE_PATH_CHARS, FRIENDLY_NAME_CHARS, BytePtr, Char16, DeviceRecord,
-                      byte_buffer, diagnostics, library, text_in, text_out)
+from ._native import (DEVICE_PATH_CHARS, FRIENDLY_NAME_CHARS, Char16, DeviceRecord, byte_buffer,
+                      diagnostics, library, text_in, text_out)
 from ._link import Link as _Link
 from ._link import checked_range as _checked_range
 from .audio import Audio
@@ -255,8 +255,7 @@ class Board:
             raise ValueError(f"a calibration block has {CALIBRATION_BLOCK_SIZE} bytes, "
                              f"not {len(block)}")
         buffer = byte_buffer(block)
-        if not self._link.call("calibration write",
-                               lambda: library().WriteCalibrate(ctypes.cast(buffer, BytePtr))):
+        if not self._link.call("calibration write", lambda: library().WriteCalibrate(buffer)):
             raise self._link.failure("calibration write")
 
 

@@ -15,11 +15,13 @@ Loaded by the `pytest11` entry point when the package is installed, or with
 
 The emulator is XDSP_EMU when set, else xdsp-emu next to the library (or in the
 build tree's emulator/ beside it), else xdsp-emu on PATH. Each is served on a
-socket in a fresh temporary directory and stopped after the test.
+socket in a fresh temporary directory (a named pipe on Windows) and stopped
+after the test.
 """
 
 from __future__ import annotations
 
+import ctypes
 import os
 import shutil
 import signal
@@ -54,12 +56,21 @@ def find_emulator() -> str:
     raise FileNotFoundError(f"{EMULATOR_NAME} not found: set XDSP_EMU to its path")
 
 
+def _served(path: str) -> bool:
+    if WINDOWS:
+        # Asks for a free pipe instance without taking it.
+        kernel32 = ctypes.windll.kernel32  # type: ignore[attr-defined]
+        return bool(kernel32.WaitNamedPipeW(path, 1))
+    return os.path.exists(path)
+
+
 class Emulator:
     """One running xdsp-emu serving a board at `path`."""
 
     def __init__(self, executable: str, options: List[str]) -> None:
         self._folder = tempfile.mkdtemp(prefix="xdsp-")  # short: socket paths are limited
-        self.path = os.path.join(self._folder, "board.sock")
+        self.path = rf"\\.\pipe\{os.path.basename(self._folder)}" if WINDOWS else \
+            os.path.join(self._folder, "board.sock")
         self.options = options
         self.process = subprocess.Popen([executable, self.path, *options],
                                         stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
@@ -67,7 +78,7 @@ class Emulator:
 
     def _wait_for_socket(self) -> None:
         deadline = time.monotonic() + START_SECONDS
-        while not os.path.exists(self.path):
+        while not _served(self.path):
             if self.process.poll() is not None:
                 message = self.process.stderr.read().decode(errors="replace") \
                     if self.process.stderr else ""
