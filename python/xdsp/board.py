@@ -259,8 +259,9 @@ class Board:
             raise self._link.failure("calibration write")
 
 
-# The library drives one board per process; this is the one.
-_open_lock = threading.Lock()
+# The library drives one board per process; this is the one. Reentrant, since
+# an open that fails after the link started closes it again.
+_open_lock = threading.RLock()
 _open_board: Optional[Board] = None
 
 
