@@ -23,3 +23,12 @@ def test_failed_open_does_not_hold_the_slot(tmp_path, xdsp_emulator):
         xdsp.open(str(tmp_path / "missing.sock"))
     with xdsp.open(xdsp_emulator) as board:
         assert board.is_open
+
+
+@pytest.mark.xdsp_emulator("--output-length", "0")
+def test_open_whose_link_never_starts_frees_the_slot(xdsp_emulator, xdsp_emulator_factory):
+    # Without output reports the poll thread never sets the link up.
+    with pytest.raises(xdsp.NoLinkError, match="did not start"):
+        xdsp.open(xdsp_emulator)
+    with xdsp.open(xdsp_emulator_factory()) as board:
+        assert board.is_open

@@ -80,3 +80,13 @@ def test_upload_arguments_are_checked_before_anything_is_sent(xdsp_emulator):
         with pytest.raises(ValueError):
             board.bootloader.upload(b"ab", 0, type="Program")
         assert board.bootloader.files() == []
+
+
+def test_names_cross_as_utf16_and_the_board_keeps_latin1(xdsp_emulator):
+    with xdsp.open(xdsp_emulator) as board:
+        board.bootloader.upload(b"ab", 5, name="caf\u00e9 \u2603 \U0001d11e")
+        # The library's table holds the name as given until it is read again.
+        assert board.bootloader.file(5).name == "caf\u00e9 \u2603 \U0001d11e"
+        board.bootloader.identify()
+        # One "?" for each UTF-16 unit outside Latin-1: two for the surrogate pair.
+        assert board.bootloader.file(5).name == "caf\u00e9 ? ??"
