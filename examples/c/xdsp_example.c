@@ -186,7 +186,7 @@ static int upload(const char *file) {
         name[0] = 0;
     uint32_t end = UPLOAD_START + (length + SECTOR_BYTES - 1) / SECTOR_BYTES * SECTOR_BYTES;
     int ok = 0;
-    if (end - UPLOAD_START > BootLoader_GetMemory()) {
+    if (end > BootLoader_GetMemory()) {
         fprintf(stderr, "xdsp_example: %s does not fit the board's flash\n", file);
     } else if (!BootLoader_Send(UPLOAD_INDEX, XDSP_FILE_TYPE_DATA, UPLOAD_START, end, name, data,
                                 length, 0, showProgress, 0)) {
