@@ -15,6 +15,17 @@ constexpr size_t blockOffset = 10;
 constexpr uint32_t settleMs = 500;
 } // namespace
 
+namespace xdsp::audio {
+
+bool decodeFilenameReply(const uint8_t *reply, bootloader::FileDescriptor *descriptor) {
+    if (!carriesUserMagic(reply) || reply[lengthOffset] != fileReplyWords)
+        return false;
+    bootloader::decodeNameDateBlock(reply + blockOffset, descriptor);
+    return true;
+}
+
+} // namespace xdsp::audio
+
 extern "C" XDSP_EXPORT void XDSP_API Halvio_LoadFilename(int32_t fileNumber, xdsp_char16 *name,
                                                          uint32_t nameCapacity,
                                                          double *creationDate,
@@ -38,11 +49,9 @@ extern "C" XDSP_EXPORT void XDSP_API Halvio_LoadFilename(int32_t fileNumber, xds
         *creationDate = 0.0;
     if (wantsName)
         name[0] = 0;
-    if (!xdsp::audio::carriesUserMagic(reply) || reply[lengthOffset] != fileReplyWords)
-        return;
-
     FileDescriptor decoded{};
-    decodeNameDateBlock(reply + blockOffset, &decoded);
+    if (!xdsp::audio::decodeFilenameReply(reply, &decoded))
+        return;
     // A name longer than the caller's buffer is cut to capacity - 1 characters,
     // as BootLoader_GetFileDesc cuts it.
     if (wantsName)
