@@ -32,6 +32,21 @@ void dumpFrom(const xdsp::Char16 *label, const uint8_t *bytes, uint32_t first, u
 }
 } // namespace
 
+namespace xdsp::audio {
+
+bool echoMatches(const uint8_t *echoed, const uint8_t *data, uint32_t count) {
+    uint32_t first = 0;
+    while (first < count && echoed[first] == data[first])
+        ++first;
+    if (first == count)
+        return true;
+    dumpFrom(WIDE("byteRecv: "), echoed, first, count);
+    dumpFrom(WIDE("  lpData: "), data, first, count);
+    return false;
+}
+
+} // namespace xdsp::audio
+
 extern "C" XDSP_EXPORT xdsp_bool XDSP_API Halvio_Echo(const uint8_t *data, uint32_t length) {
     using namespace xdsp::bootloader;
     if (length > maxEchoLength)
@@ -56,13 +71,5 @@ extern "C" XDSP_EXPORT xdsp_bool XDSP_API Halvio_Echo(const uint8_t *data, uint3
     directExchange(settingEcho, packet, static_cast<uint32_t>(packetHeadBytes + even), reply,
                    even + dataOffset);
 
-    const uint8_t *echoed = reply + dataOffset;
-    uint32_t first = 0;
-    while (first < even && echoed[first] == data[first])
-        ++first;
-    if (first == even)
-        return 1;
-    dumpFrom(WIDE("byteRecv: "), echoed, first, even);
-    dumpFrom(WIDE("  lpData: "), data, first, even);
-    return 0;
+    return xdsp::audio::echoMatches(reply + dataOffset, data, even) ? 1 : 0;
 }

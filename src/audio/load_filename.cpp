@@ -16,6 +16,17 @@ constexpr size_t blockOffset = 10;
 constexpr uint32_t settleMs = 500;
 } // namespace
 
+namespace xdsp::audio {
+
+bool decodeFilenameReply(const uint8_t *reply, bootloader::NameAndDates *decoded) {
+    if (!carriesUserMagic(reply) || reply[lengthOffset] != fileReplyWords)
+        return false;
+    bootloader::decodeNameDateBlock(reply + blockOffset, decoded);
+    return true;
+}
+
+} // namespace xdsp::audio
+
 extern "C" XDSP_EXPORT void XDSP_API Halvio_LoadFilename(int32_t fileNumber, xdsp_char16 *name,
                                                          uint32_t nameCapacity,
                                                          double *creationDate,
@@ -39,11 +50,9 @@ extern "C" XDSP_EXPORT void XDSP_API Halvio_LoadFilename(int32_t fileNumber, xds
         *creationDate = 0.0;
     if (wantsName)
         name[0] = 0;
-    if (!xdsp::audio::carriesUserMagic(reply) || reply[lengthOffset] != fileReplyWords)
-        return;
-
     NameAndDates decoded;
-    decodeNameDateBlock(reply + blockOffset, &decoded);
+    if (!xdsp::audio::decodeFilenameReply(reply, &decoded))
+        return;
     // All 64 characters of a field without a zero byte when the buffer holds
     // them; a longer name is cut to capacity - 1 characters, as
     // BootLoader_GetFileDesc cuts it.

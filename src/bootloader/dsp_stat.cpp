@@ -1,4 +1,5 @@
 // The DSP's status record: "STAT" and 16 big-endian words.
+#include "bootloader/dsp_stat.h"
 #include "bootloader/framing.h"
 #include "os/os.h"
 
@@ -7,7 +8,6 @@
 namespace {
 constexpr uint8_t statCommand[4] = {'S', 'T', 'A', 'T'};
 constexpr uint8_t statPadding[4] = {};
-constexpr size_t workBytes = 148;
 constexpr uint32_t prefixedReadLength = 72;
 constexpr uint32_t directReadLength = 70;
 constexpr size_t magicOffset = 2;
@@ -31,18 +31,33 @@ void alignRecord(uint8_t *work) {
 }
 } // namespace
 
+namespace xdsp::bootloader {
+
+bool decodeStatRecord(uint8_t *work, bool prefixed, uint32_t *status) {
+    if (prefixed)
+        alignRecord(work);
+    if (std::memcmp(work + magicOffset, statCommand, sizeof statCommand) != 0)
+        return false;
+    if (status != nullptr)
+        for (size_t i = 0; i < wordCount; ++i)
+            status[i] = bigEndian32(work + wordsOffset + 4 * i);
+    return true;
+}
+
+} // namespace xdsp::bootloader
+
 extern "C" XDSP_EXPORT xdsp_bool XDSP_API XMOS_DSP_STAT(uint32_t *status) {
     using namespace xdsp::bootloader;
     uint32_t start = xdsp::os::tickMs();
-    uint8_t work[workBytes] = {};
+    uint8_t work[statWorkBytes] = {};
     uint16_t mask = busyMask();
-    if (readPrefixOn()) {
+    bool prefixed = readPrefixOn();
+    if (prefixed) {
         transfer(mask, settingSlow, statCommand, sizeof statCommand, nullptr, 0);
         transfer(mask, settingSlow, statPadding, sizeof statPadding, nullptr, 0);
         waitWhileBootLoaderBusy(mask);
         transfer(mask, settingSlow, readPrefixBytes, sizeof readPrefixBytes, work,
                  prefixedReadLength);
-        alignRecord(work);
     } else {
         transfer(mask, settingSlow, statCommand, sizeof statCommand, work, directReadLength);
     }
@@ -51,10 +66,5 @@ extern "C" XDSP_EXPORT xdsp_bool XDSP_API XMOS_DSP_STAT(uint32_t *status) {
     // cannot pass a slow answer.
     if (xdsp::os::tickMs() - start >= answerLimitMs)
         return 0;
-    if (std::memcmp(work + magicOffset, statCommand, sizeof statCommand) != 0)
-        return 0;
-    if (status != nullptr)
-        for (size_t i = 0; i < wordCount; ++i)
-            status[i] = bigEndian32(work + wordsOffset + 4 * i);
-    return 1;
+    return decodeStatRecord(work, prefixed, status) ? 1 : 0;
 }

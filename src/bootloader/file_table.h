@@ -27,6 +27,15 @@ struct FileDescriptor {
 // Process-wide and unguarded: one boot-loader operation runs at a time.
 extern FileDescriptor fileTable[fileCount];
 
+// ---- the directory as the boot loader sends it --------------------------------
+
+// Dumps the allocation table of a whole 168-byte table reply and stores its
+// sectors in the file table.
+void decodeAllocationTable(const uint8_t *reply);
+
+// Takes a file's type, name and dates from its record reply (266 bytes read).
+void decodeFileRecord(const uint8_t *reply, FileDescriptor *descriptor);
+
 // ---- the name-and-date block --------------------------------------------------
 
 inline constexpr size_t blockBytes = 128;
