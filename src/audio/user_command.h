@@ -8,7 +8,7 @@
 #include <cstdint>
 
 namespace xdsp::bootloader {
-struct FileDescriptor;
+struct NameAndDates;
 }
 
 namespace xdsp::audio {
