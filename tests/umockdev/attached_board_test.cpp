@@ -1,0 +1,173 @@
+// The library against a board that looks attached: the sysfs walk, the hidraw
+// node and its ioctls, the exclusive open, the tty of the serial port, all
+// through the public API. Runs under umockdev-wrapper.
+#include "umockdev/board_testbed.h"
+#include "umockdev/debug_lines.h"
+
+#include <xdsp/xdsp.h>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <sys/stat.h>
+#include <vector>
+
+using namespace xdsp;
+using namespace xdsp::test;
+
+namespace {
+constexpr char16_t boardPath[] = u"/dev/hidraw0";
+
+emu::BoardOptions withBootLoader() {
+    emu::BoardOptions options;
+    options.bootLoader = emu::BootLoaderOptions{};
+    return options;
+}
+
+std::vector<uint8_t> sample(size_t length, uint8_t seed) {
+    std::vector<uint8_t> data(length);
+    for (size_t i = 0; i < length; ++i)
+        data[i] = static_cast<uint8_t>(i * 31 + seed);
+    return data;
+}
+
+class AttachedBoard : public ::testing::Test {
+  protected:
+    void start(emu::BoardOptions options) {
+        testbed_ = std::make_unique<BoardTestbed>(std::move(options));
+        ASSERT_EQ(testbed_->error(), "");
+    }
+    void TearDown() override {
+        DestroyHIDUSBPacket();
+        testbed_.reset();
+    }
+    // Opens the link and waits for the second INIT's answer, the board's name.
+    void openLink() {
+        ASSERT_EQ(InitializeHIDUSBPacketPath(boardPath), 1);
+        ASSERT_TRUE(debug.waitFor(u"HID: Sending INIT Command.\n", 3000));
+        ASSERT_TRUE(eventually([&] { return debug.count(u"HID: ProductName: ") >= 2; }));
+    }
+    BoardTestbed &testbed() { return *testbed_; }
+
+    DebugLines debug;
+    std::unique_ptr<BoardTestbed> testbed_;
+};
+
+std::u16string pathOf(const xdsp_device_record &record) {
+    return std::u16string(record.devicePath);
+}
+} // namespace
+
+TEST_F(AttachedBoard, EnumerationFindsTheRightNodesAcrossTheGap) {
+    start({});
+    xdsp_device_record records[4] = {};
+    xdsp_set_last_error(99);
+    EXPECT_EQ(EnumUSBHIDDevices(boardIds.vendorId, boardIds.productId, records, 4), 1u);
+    EXPECT_EQ(xdsp_last_error(), XDSP_ERROR_SUCCESS);
+    EXPECT_EQ(pathOf(records[0]), boardPath);
+    EXPECT_EQ(records[0].matchNumber, 0u);
+    EXPECT_EQ(records[0].hidIndex, 0u);
+
+    // Any product of the vendor: both boards, the mouse between them counted
+    // in the index but not matched; hidraw1's absence leaves no hole.
+    EXPECT_EQ(EnumUSBHIDDevices(boardIds.vendorId, 0xFFFF, records, 4), 2u);
+    EXPECT_EQ(pathOf(records[1]), u"/dev/hidraw3");
+    EXPECT_EQ(records[1].matchNumber, 1u);
+    EXPECT_EQ(records[1].hidIndex, 2u);
+    EXPECT_EQ(EnumUSBHIDDevices(secondBoardIds.vendorId, secondBoardIds.productId, nullptr, 0), 1u);
+
+    xdsp_device_record one[1] = {};
+    EXPECT_EQ(EnumUSBHIDDevices(mouseIds.vendorId, 0xFFFF, one, 1), 1u);
+    EXPECT_EQ(pathOf(one[0]), u"/dev/hidraw2");
+    EXPECT_EQ(one[0].hidIndex, 1u);
+    EXPECT_EQ(EnumUSBHIDDevices(boardIds.vendorId, 0x0103, records, 4), 0u);
+    EXPECT_EQ(EnumUSBHIDDevices(0xFFFF, boardIds.productId, records, 4), 0u)
+        << "the vendor has no wildcard";
+}
+
+TEST_F(AttachedBoard, SerialPortIsTheTtyOfInterfaceZero) {
+    start({});
+    std::vector<char16_t> port(260, u'?');
+    std::vector<char16_t> name(64, u'?');
+    xdsp_set_last_error(77);
+    EXPECT_EQ(GetMatchingHID_COMDevice(boardPath, port.data(), name.data()), 1);
+    EXPECT_EQ(std::u16string(port.data()), u"/dev/ttyACM0");
+    EXPECT_EQ(std::u16string(name.data()), u"XDSP 21469 Board (ttyACM0)");
+    EXPECT_EQ(xdsp_last_error(), 77u);
+
+    // The second board has no serial port: both outputs come back empty.
+    EXPECT_EQ(GetMatchingHID_COMDevice(u"/dev/hidraw3", port.data(), name.data()), 1);
+    EXPECT_EQ(port[0], 0);
+    EXPECT_EQ(name[0], 0);
+}
+
+TEST_F(AttachedBoard, NodeOpensOnceAndItsDescriptorGivesTheLengths) {
+    emu::BoardOptions options;
+    options.inputReportLength = 64;
+    options.outputReportLength = 33;
+    start(options);
+    xdsp_handle first = OpenUSBHIDDevicePath(boardPath);
+    ASSERT_NE(first, nullptr);
+    EXPECT_EQ(xdsp_last_error(), XDSP_ERROR_SUCCESS);
+    uint32_t input = 1;
+    uint32_t output = 1;
+    uint32_t feature = 1;
+    EXPECT_EQ(GetHIDUSBSizes(first, &input, &output, &feature), 1);
+    EXPECT_EQ(input, 64u);
+    EXPECT_EQ(output, 33u);
+    EXPECT_EQ(feature, 0u);
+
+    EXPECT_EQ(OpenUSBHIDDevicePath(boardPath), nullptr);
+    EXPECT_EQ(xdsp_last_error(), XDSP_ERROR_SHARING_VIOLATION);
+    EXPECT_TRUE(debug.contains(u"HID: CreateFile Error: The process cannot access the file "
+                               u"because it is being used by another process.\r\n\n"));
+
+    EXPECT_EQ(xdsp_close_device(first), 1);
+    xdsp_handle again = OpenUSBHIDDevicePath(boardPath);
+    EXPECT_NE(again, nullptr) << "closing gives the exclusive hold up";
+    EXPECT_EQ(xdsp_close_device(again), 1);
+}
+
+TEST_F(AttachedBoard, LinkCarriesSpiTransfersReportByReport) {
+    start({});
+    openLink();
+    std::vector<uint8_t> written = sample(300, 5);
+    std::vector<uint8_t> read(300, 0xEE);
+    for (int round = 0; round < 3; ++round) {
+        written[0] = static_cast<uint8_t>(round);
+        ASSERT_EQ(WriteSPI(2, 0, 3, 50, written.data(), 300, read.data(), 300), 1);
+        EXPECT_EQ(read, written) << "round " << round;
+    }
+    EXPECT_EQ(testbed().node().shortReads(), 0u) << "every read asked for a whole report";
+    EXPECT_EQ(debug.count(u"HID::HID Read Error\n"), 0u);
+    EXPECT_EQ(DestroyHIDUSBPacket(), 1);
+}
+
+TEST_F(AttachedBoard, WholeUploadVerifies) {
+    start(withBootLoader());
+    openLink();
+    ASSERT_EQ(BootLoader_Init(2, 2), 1);
+    EXPECT_EQ(BootLoader_GetMemory(), 2097152u);
+    std::vector<uint8_t> data = sample(1500, 7);
+    ASSERT_EQ(BootLoader_Send(4, 2, 0x30000, 0x32000, u"coefficients.dat", data.data(), 1500, 0,
+                              nullptr, 0),
+              1);
+    EXPECT_EQ(xdsp_last_error(), XDSP_ERROR_SUCCESS) << "the checksums agree";
+    EXPECT_EQ(BootLoader_GetFileChecksum(4), BootLoader_ComputeFileChecksum(data.data(), 1500));
+}
+
+TEST_F(AttachedBoard, NodeWithoutReadPermissionIsRefused) {
+    start({});
+    ASSERT_TRUE(testbed().setNodeMode(S_IWUSR));
+    // Root passes permission bits by these two capabilities: this thread,
+    // which does the open, gives them up for the while.
+    CapabilityDrop drop;
+    ASSERT_TRUE(drop.dropped());
+    EXPECT_EQ(OpenUSBHIDDevicePath(boardPath), nullptr);
+    EXPECT_EQ(xdsp_last_error(), XDSP_ERROR_ACCESS_DENIED);
+    EXPECT_TRUE(debug.contains(u"HID: CreateFile Error: Access is denied.\r\n\n"));
+    EXPECT_EQ(InitializeHIDUSBPacketPath(boardPath), 0);
+    EXPECT_EQ(xdsp_last_error(), XDSP_ERROR_ACCESS_DENIED);
+    EXPECT_EQ(IsOnline(), 0);
+}
