@@ -8,9 +8,15 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
 #include <vector>
 
 using namespace xdsp;
@@ -40,6 +46,12 @@ class AttachedBoard : public ::testing::Test {
     }
     void TearDown() override {
         DestroyHIDUSBPacket();
+        if (HasFailure()) {
+            std::string text;
+            for (char16_t c : debug.text())
+                text += c < 0x80 ? static_cast<char>(c) : '?';
+            std::printf("The library's debug output:\n%s\n", text.c_str());
+        }
         testbed_.reset();
     }
     // Opens the link and waits for the second INIT's answer, the board's name.
@@ -53,6 +65,11 @@ class AttachedBoard : public ::testing::Test {
     DebugLines debug;
     std::unique_ptr<BoardTestbed> testbed_;
 };
+
+// Paths the testbed lacks reach the machine's own /dev; asked before the testbed stands.
+bool hostHasNode(const char *path) {
+    return access(path, F_OK) == 0;
+}
 
 std::u16string pathOf(const xdsp_device_record &record) {
     return std::u16string(record.devicePath);
@@ -170,4 +187,62 @@ TEST_F(AttachedBoard, NodeWithoutReadPermissionIsRefused) {
     EXPECT_EQ(InitializeHIDUSBPacketPath(boardPath), 0);
     EXPECT_EQ(xdsp_last_error(), XDSP_ERROR_ACCESS_DENIED);
     EXPECT_EQ(IsOnline(), 0);
+}
+
+namespace {
+std::atomic<BoardTestbed *> unplugTarget{nullptr};
+
+// Pulls the cable when the upload reaches its checksum step.
+int32_t XDSP_API unplugBeforeTheChecksum(int32_t percent, uint32_t) {
+    BoardTestbed *testbed = unplugTarget.load();
+    if (testbed != nullptr && percent == 95) {
+        testbed->unplug();
+        unplugTarget = nullptr;
+    }
+    return 0;
+}
+} // namespace
+
+TEST_F(AttachedBoard, NodeRemovedDuringAnUploadAndPutBack) {
+    if (hostHasNode("/dev/hidraw0"))
+        GTEST_SKIP() << "an unplugged node's path would reach this machine's own /dev/hidraw0";
+    start(withBootLoader());
+    openLink();
+    ASSERT_EQ(BootLoader_Init(2, 2), 1);
+    std::vector<uint8_t> data = sample(1000, 11);
+    // The mismatch line shows the sum without the last byte, the second try.
+    uint16_t sum = BootLoader_ComputeFileChecksum(data.data(), 999);
+
+    // Both checksum requests go unanswered (each after its 10000 ms wait), and
+    // only then does the board come back.
+    std::atomic<bool> offlineSeen{false};
+    std::thread replugger([&] {
+        if (!eventually([&] { return debug.count(u"Invalid SPI Response.\n") >= 2; }, 60000))
+            return;
+        offlineSeen = IsOnline() == 0;
+        testbed().replug();
+    });
+    unplugTarget = &testbed();
+    EXPECT_EQ(BootLoader_Send(4, 2, 0x30000, 0x32000, u"first.dat", data.data(), 1000, 0,
+                              unplugBeforeTheChecksum, 0),
+              1);
+    EXPECT_EQ(xdsp_last_error(), XDSP_ERROR_CHECKSUM_MISMATCH);
+    replugger.join();
+    char mismatch[64];
+    std::snprintf(mismatch, sizeof mismatch, "Checksums do not match!\n0000 != %04X\n", sum);
+    EXPECT_TRUE(debug.contains(std::u16string(mismatch, mismatch + std::strlen(mismatch))));
+    EXPECT_TRUE(offlineSeen) << "no handle while the node is away";
+    // A read pending at the unplug fails (EIO); else the next write does (ENODEV).
+    EXPECT_LE(debug.count(u"HID::HID Read Error\n"), 1u);
+    EXPECT_GE(debug.count(u"HID::Reopening HID\n"), 2u);
+    EXPECT_TRUE(
+        debug.contains(u"HID: CreateFile Error: The system cannot find the file specified.\r\n\n"));
+
+    ASSERT_TRUE(eventually([] { return IsOnline() == 1; }));
+    std::vector<uint8_t> second = sample(800, 12);
+    EXPECT_EQ(
+        BootLoader_Send(4, 2, 0x30000, 0x32000, u"second.dat", second.data(), 800, 0, nullptr, 0),
+        1);
+    EXPECT_EQ(xdsp_last_error(), XDSP_ERROR_SUCCESS) << "the link resumed";
+    EXPECT_EQ(BootLoader_GetFileChecksum(4), BootLoader_ComputeFileChecksum(second.data(), 800));
 }
