@@ -161,6 +161,21 @@ TEST_F(AttachedBoard, LinkCarriesSpiTransfersReportByReport) {
     EXPECT_EQ(DestroyHIDUSBPacket(), 1);
 }
 
+TEST_F(AttachedBoard, ShortInputReportsArePaddedNotJoined) {
+    start({});
+    openLink();
+    // The reports carry the header and the 16 answer bytes; the rest is zeros.
+    testbed().node().cutInputReports(1000000, 120);
+    std::vector<uint8_t> written = sample(16, 9);
+    std::vector<uint8_t> read(16, 0xEE);
+    for (int round = 0; round < 3; ++round) {
+        written[0] = static_cast<uint8_t>(round);
+        ASSERT_EQ(WriteSPI(2, 0, 3, 50, written.data(), 16, read.data(), 16), 1)
+            << "a short report must not wait for the next one to fill it";
+        EXPECT_EQ(read, written) << "round " << round;
+    }
+}
+
 TEST_F(AttachedBoard, WholeUploadVerifies) {
     start(withBootLoader());
     openLink();

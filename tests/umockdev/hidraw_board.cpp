@@ -117,6 +117,12 @@ void HidrawBoard::replug() {
     tcflush(terminalFd_, TCIFLUSH);
 }
 
+void HidrawBoard::cutInputReports(uint32_t count, size_t dataBytes) {
+    std::lock_guard<std::mutex> held(lock_);
+    reportsToCut_ = count;
+    cutLength_ = dataBytes;
+}
+
 uint32_t HidrawBoard::outputReports() const {
     std::lock_guard<std::mutex> held(lock_);
     return outputReports_;
@@ -285,7 +291,12 @@ void HidrawBoard::answerLoop() {
         if (input.size() < 2)
             continue;
         // Without report IDs hidraw hands out the data alone.
-        inputReports_.emplace_back(input.begin() + 1, input.end());
+        size_t length = input.size() - 1;
+        if (reportsToCut_ > 0) {
+            --reportsToCut_;
+            length = std::min(length, cutLength_);
+        }
+        inputReports_.emplace_back(input.begin() + 1, input.begin() + 1 + length);
         if (pendingRead_ != nullptr) {
             UMockdevIoctlClient *reader = pendingRead_;
             pendingRead_ = nullptr;

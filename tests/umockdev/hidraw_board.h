@@ -47,6 +47,10 @@ class HidrawBoard {
     // A new device: files opened from now on talk to it.
     void replug();
 
+    // The next count input reports end after dataBytes, as a device that
+    // sends fewer bytes than its descriptor declares; hidraw passes them on so.
+    void cutInputReports(uint32_t count, size_t dataBytes);
+
     uint32_t outputReports() const;
     uint32_t shortReads() const; // reads with a buffer shorter than the report
 
@@ -92,6 +96,8 @@ class HidrawBoard {
     UMockdevIoctlClient *pendingRead_ = nullptr;    // a read waiting for a report
     uint32_t outputReports_ = 0;
     uint32_t shortReads_ = 0;
+    uint32_t reportsToCut_ = 0;
+    size_t cutLength_ = 0;
 };
 
 } // namespace xdsp::test
