@@ -85,6 +85,9 @@ TEST_F(AttachedBoard, EnumerationFindsTheRightNodesAcrossTheGap) {
     EXPECT_EQ(pathOf(records[0]), boardPath);
     EXPECT_EQ(records[0].matchNumber, 0u);
     EXPECT_EQ(records[0].hidIndex, 0u);
+    xdsp_handle opened = OpenUSBHIDDevice(&records[0]);
+    EXPECT_NE(opened, nullptr);
+    EXPECT_EQ(xdsp_close_device(opened), 1);
 
     // Any product of the vendor: both boards, the mouse between them counted
     // in the index but not matched; hidraw1's absence leaves no hole.

@@ -57,8 +57,11 @@ HidrawBoard::~HidrawBoard() {
     }
     wake_.notify_all();
     answerer_.join();
-    if (handler_ != nullptr)
+    if (handler_ != nullptr) {
+        // The testbed keeps the handler: its signals must not reach this board any more.
+        g_signal_handlers_disconnect_by_data(handler_, this);
         g_object_unref(handler_);
+    }
     if (terminalFd_ >= 0)
         close(terminalFd_);
 }
