@@ -167,7 +167,6 @@ Soak::Soak(const Options &chosen)
     : options(chosen), random(chosen.seed), board(boardOptions()), server(board),
       path("/tmp/xdsp-soak-" + std::to_string(getpid()) + ".sock"), injector(board, server),
       watchdog(transferTimeoutMs + marginMs, [this] {
-          report.longestTransferMs = std::max(report.longestTransferMs, transferTimeoutMs);
           report.failures.push_back("hang: see the HANG line above");
           printReport(report);
       }) {
@@ -421,10 +420,11 @@ int main(int argc, char **argv) {
             soak.sample("after cycle " + std::to_string(cycle));
         if (cycle % options.reportEvery == 0 || last) {
             const ResourceCounts &now = soak.report.resources.back().counts;
-            std::printf("soak: cycle %u/%u, %.0f s, %u uploads, %u verified, RSS %ld KiB, %d "
-                        "descriptors, %d threads\n",
+            std::printf("soak: cycle %u/%u, %.0f s, %u uploads, %u verified, RSS %ld KiB, heap "
+                        "%ld KiB, %d descriptors, %d threads\n",
                         cycle, options.cycles, secondsSoFar(), soak.report.uploads,
-                        soak.report.uploadsVerified, now.residentKiB, now.descriptors, now.threads);
+                        soak.report.uploadsVerified, now.residentKiB, now.heapInUseKiB,
+                        now.descriptors, now.threads);
             std::fflush(stdout);
         }
         if (last)

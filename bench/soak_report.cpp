@@ -43,9 +43,11 @@ void printFailuresReported(const SoakReport &report) {
 }
 
 void printResources(const SoakReport &report) {
-    std::printf("\n| when | resident KiB | descriptors | threads |\n|---|---|---|---|\n");
+    std::printf("\n| when | resident KiB | heap in use KiB | descriptors | threads "
+                "|\n|---|---|---|---|---|\n");
     for (const ResourceSample &sample : report.resources)
-        std::printf("| %s | %ld | %d | %d |\n", sample.when.c_str(), sample.counts.residentKiB,
+        std::printf("| %s | %ld | %ld | %d | %d |\n", sample.when.c_str(),
+                    sample.counts.residentKiB, sample.counts.heapInUseKiB,
                     sample.counts.descriptors, sample.counts.threads);
 }
 } // namespace

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <dirent.h>
 #include <fstream>
+#include <malloc.h>
 #include <string>
 
 namespace {
@@ -31,6 +32,7 @@ long residentKiB() {
 ResourceCounts countResources() {
     ResourceCounts counts;
     counts.residentKiB = residentKiB();
+    counts.heapInUseKiB = static_cast<long>(mallinfo2().uordblks / 1024);
     // The listing's own descriptor is among the entries while it is read.
     counts.descriptors = entriesIn("/proc/self/fd") - 1;
     counts.threads = entriesIn("/proc/self/task");
