@@ -144,6 +144,11 @@ void Board::corruptLength(uint32_t responses) {
     firmware_.faults().corruptLengthResponses = responses;
 }
 
+FirmwareFaults Board::faults() const {
+    Locked locked(lock_);
+    return firmware_.faults();
+}
+
 void Board::attachSpiPeer(SpiPeer *peer) {
     Locked locked(lock_);
     firmware_.attachSpiPeer(peer);
@@ -160,6 +165,13 @@ bool Board::inspectBootLoader(const std::function<void(BootLoader &)> &visit) {
 std::vector<std::vector<uint8_t>> Board::receivedCommands() const {
     Locked locked(lock_);
     return {receivedCommands_.begin(), receivedCommands_.end()};
+}
+
+void Board::forgetHistory() {
+    Locked locked(lock_);
+    receivedCommands_.clear();
+    if (bootLoader_)
+        bootLoader_->clearTransfers();
 }
 
 uint32_t Board::outputReportCount() const {

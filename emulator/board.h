@@ -59,6 +59,8 @@ class Board {
     void stallReports(bool on); // no input reports at all while on
     // The next N counted answers (flash, SPI, TEDS) carry a count one past its limit.
     void corruptLength(uint32_t responses);
+    // The firmware's faults as they stand: counters show what is left to spoil.
+    FirmwareFaults faults() const;
     // The device on the SPI bus, owned by the caller; null: the built-in loopback.
     void attachSpiPeer(SpiPeer *peer);
     // Runs visit on the boot loader with the board's lock held, for tests to read
@@ -68,6 +70,9 @@ class Board {
     // Each output report that differed from the one before it (the first of
     // each connection included), oldest first, the last receivedCommandLimit.
     std::vector<std::vector<uint8_t>> receivedCommands() const;
+    // Drops receivedCommands() and the boot loader's transfer log, so that a
+    // long run's memory stays flat.
+    void forgetHistory();
     uint32_t outputReportCount() const;
     uint16_t gpioOutputs() const; // last word applied by command 0xFFFF
     SpiTransferRecord lastSpiTransfer() const;

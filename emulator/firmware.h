@@ -69,6 +69,7 @@ class Firmware {
     void composeInputReport(uint8_t *inputReport, size_t length, Clock::time_point now);
 
     FirmwareFaults &faults() { return faults_; }
+    const FirmwareFaults &faults() const { return faults_; }
     void setGpioInputs(uint16_t value) { gpioInputs_ = value; }
     void setAdcReading(unsigned channel, uint16_t value);
     // The next report carries this response, ahead of any the firmware has pending.

@@ -212,6 +212,25 @@ TEST_P(EmulatedBootLoader, FaultsShowInTheResults) {
     EXPECT_EQ(XMOSBoot_Commit(), 0);
     EXPECT_NE(capture.joined().find(WIDE("Command: 0x33 :: Want: 0x33@6  :: ")), Text::npos);
 
+    // A type change carried out whose reply is scrambled on the way: 0, yet the
+    // board has the new type; the second garbled reply is left for later.
+    emulated().board().inspectBootLoader([](emu::BootLoader &bootLoader) {
+        bootLoader.faults().garbledCode = 0x28;
+        bootLoader.faults().garbledReplies = 2;
+    });
+    EXPECT_EQ(XMOSBoot_SetFileType(0, 2), 0);
+    ASSERT_EQ(XMOSBoot_BuildFAI(), 1);
+    EXPECT_EQ(entry(0).type, 2);
+    uint32_t garbledLeft = 0;
+    emulated().board().inspectBootLoader(
+        [&](emu::BootLoader &bootLoader) { garbledLeft = bootLoader.faults().garbledReplies; });
+    EXPECT_EQ(garbledLeft, 1u);
+
+    // A long run drops the emulator's logs.
+    emulated().board().forgetHistory();
+    EXPECT_TRUE(heardCodes(emulated()).empty());
+    EXPECT_TRUE(emulated().board().receivedCommands().empty());
+
     // A boot loader that hears nothing: the table cannot be read.
     emulated().board().inspectBootLoader(
         [](emu::BootLoader &bootLoader) { bootLoader.faults().silent = true; });

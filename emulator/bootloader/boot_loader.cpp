@@ -19,6 +19,13 @@ bool startsWith(const uint8_t *bytes, size_t length, const uint8_t (&magic)[N]) 
     return length >= N && std::memcmp(bytes, magic, N) == 0;
 }
 
+// Noise on the line: every byte flipped in its top bit at least, so that no
+// echo survives.
+void scramble(std::vector<uint8_t> &bytes) {
+    for (size_t i = 0; i < bytes.size(); ++i)
+        bytes[i] ^= static_cast<uint8_t>(0x80 | (i * 37));
+}
+
 // The read prefix, nothing, or zeros only: a transfer that just clocks the port.
 bool isRead(const uint8_t *written, size_t length) {
     return startsWith(written, length, readPrefix) ||
@@ -116,6 +123,9 @@ void BootLoader::hearCommand(const uint8_t *written, size_t length, Clock::time_
     bool notReadyMatches = faults_.notReadyCode == 0 || faults_.notReadyCode == frame.code;
     if (notReadyMatches && spoil(faults_.notReadyReplies))
         std::fill(reply.bytes().begin() + replyDataOffset, reply.bytes().end(), notReadyFiller);
+    bool garbledMatches = faults_.garbledCode == 0 || faults_.garbledCode == frame.code;
+    if (garbledMatches && spoil(faults_.garbledReplies))
+        scramble(reply.bytes());
     port_.load(std::move(reply.bytes()));
 }
 

@@ -37,6 +37,9 @@ struct BootLoaderFaults {
     uint32_t garbledRecordReplies = 0;
     // Checksum replies one more than the true sum.
     uint32_t wrongChecksumReplies = 0;
+    // The command is carried out but its reply is scrambled on the way, echo included.
+    uint8_t garbledCode = 0;
+    uint32_t garbledReplies = 0;
     bool busyStuck = false; // the busy line never drops
     bool silent = false;    // nothing is heard and every read clocks in zeros
 };
