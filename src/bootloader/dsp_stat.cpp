@@ -1,8 +1,11 @@
 // The DSP's status record: "STAT" and 16 big-endian words.
 #include "bootloader/framing.h"
+#include "bootloader/identification.h"
 #include "os/os.h"
 
 #include <cstring>
+
+namespace xdsp::bootloader {
 
 namespace {
 constexpr uint8_t statCommand[4] = {'S', 'T', 'A', 'T'};
@@ -31,9 +34,8 @@ void alignRecord(uint8_t *work) {
 }
 } // namespace
 
-extern "C" XDSP_EXPORT xdsp_bool XDSP_API XMOS_DSP_STAT(uint32_t *status) {
-    using namespace xdsp::bootloader;
-    uint32_t start = xdsp::os::tickMs();
+bool dspStatus(uint32_t *status) {
+    uint32_t start = os::tickMs();
     uint8_t work[workBytes] = {};
     uint16_t mask = busyMask();
     if (readPrefixOn()) {
@@ -49,12 +51,14 @@ extern "C" XDSP_EXPORT xdsp_bool XDSP_API XMOS_DSP_STAT(uint32_t *status) {
     // compat: an answer after 2500 ms is refused although the busy wait may last
     // 3000 ms. Measured as elapsed time so that a tick count wrapping mid-query
     // cannot pass a slow answer.
-    if (xdsp::os::tickMs() - start >= answerLimitMs)
-        return 0;
+    if (os::tickMs() - start >= answerLimitMs)
+        return false;
     if (std::memcmp(work + magicOffset, statCommand, sizeof statCommand) != 0)
-        return 0;
+        return false;
     if (status != nullptr)
         for (size_t i = 0; i < wordCount; ++i)
             status[i] = bigEndian32(work + wordsOffset + 4 * i);
-    return 1;
+    return true;
 }
+
+} // namespace xdsp::bootloader

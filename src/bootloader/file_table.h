@@ -27,6 +27,10 @@ struct FileDescriptor {
 // Process-wide and unguarded: one boot-loader operation runs at a time.
 extern FileDescriptor fileTable[fileCount];
 
+// Reads the allocation table and every file's record into fileTable; false
+// (after a message box) when the table did not come at the second try.
+bool buildFileTable();
+
 // ---- the name-and-date block --------------------------------------------------
 
 inline constexpr size_t blockBytes = 128;
