@@ -21,6 +21,11 @@ void onSignal(int) {
 
 int serveUntilInterrupted(const BoardOptions &options, const std::string &devicePath,
                           const char *program) {
+    return serveUntilInterrupted(options, std::vector<std::string>{devicePath}, program);
+}
+
+int serveUntilInterrupted(const BoardOptions &options, const std::vector<std::string> &candidates,
+                          const char *program) {
     std::unique_ptr<Board> board;
     try {
         board = std::make_unique<Board>(options);
@@ -29,7 +34,14 @@ int serveUntilInterrupted(const BoardOptions &options, const std::string &device
         return 1;
     }
     VirtualDeviceServer server(*board);
-    if (!server.start(devicePath)) {
+    std::string devicePath;
+    // Taken one after the other: a path another server holds is refused.
+    for (const std::string &candidate : candidates)
+        if (server.start(candidate)) {
+            devicePath = candidate;
+            break;
+        }
+    if (devicePath.empty()) {
         std::fprintf(stderr, "%s: %s\n", program, server.error().c_str());
         return 1;
     }

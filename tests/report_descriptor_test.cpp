@@ -70,4 +70,16 @@ TEST(ReportDescriptor, CountsIdsPushPopAndRefusesTruncatedItems) {
     const std::vector<uint8_t> popWithoutPush = {0xB4};
     EXPECT_FALSE(xdsp::os::parseReportDescriptor(popWithoutPush.data(), popWithoutPush.size(),
                                                  &lengths, nullptr));
+
+    // Lengths stay within 16 bits, ID byte counted: 65534 data bytes are the
+    // most; a 32-bit count that would wrap the bit sum is refused too.
+    const std::vector<uint8_t> longest = {0x75, 0x08, 0x96, 0xFE, 0xFF, 0x81, 0x02};
+    EXPECT_EQ(parse(longest).input, 65535u);
+    const std::vector<uint8_t> oneMore = {0x75, 0x08, 0x96, 0xFF, 0xFF, 0x81, 0x02};
+    EXPECT_FALSE(
+        xdsp::os::parseReportDescriptor(oneMore.data(), oneMore.size(), &lengths, nullptr));
+    const std::vector<uint8_t> wrapping = {0x77, 0x00, 0x00, 0x00, 0x80, 0x97, 0x00, 0x00,
+                                           0x00, 0x80, 0x81, 0x02, 0x81, 0x02};
+    EXPECT_FALSE(
+        xdsp::os::parseReportDescriptor(wrapping.data(), wrapping.size(), &lengths, nullptr));
 }

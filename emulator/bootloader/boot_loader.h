@@ -66,6 +66,8 @@ class BootLoader : public SpiPeer {
     const std::deque<SpiExchange> &transfers() const { return transfers_; }
     void clearTransfers() { transfers_.clear(); }
     uint32_t programStarts() const { return programStarts_; }
+    // File data packets heard, whether or not they were taken.
+    uint32_t dataPackets() const { return dataPackets_; }
 
   private:
     // A command as heard: the count byte as sent, and every argument byte that
@@ -125,6 +127,7 @@ class BootLoader : public SpiPeer {
 
     // What the status record reports.
     uint32_t programStarts_ = 0;
+    uint32_t dataPackets_ = 0;
     uint8_t lastCode_ = 0;
     uint32_t commandsCarriedOut_ = 0;
     uint32_t commandsRefused_ = 0;

@@ -96,6 +96,7 @@ Reply BootLoader::formatBootFile(const Frame &frame) {
 // The count byte is the number of data words; the packet always carries 256
 // bytes, and each pair of file bytes travels exchanged.
 Reply BootLoader::writeData(const Frame &frame) {
+    ++dataPackets_;
     size_t count = size_t{frame.count} * 2;
     if (count > packetBytes || !frame.has(frame.count))
         return missingArguments(frame.code);

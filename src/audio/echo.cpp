@@ -35,6 +35,17 @@ void dumpFrom(const Char16 *label, const uint8_t *bytes, uint32_t first, uint32_
 }
 } // namespace
 
+bool echoMatches(const uint8_t *echoed, const uint8_t *data, uint32_t count) {
+    uint32_t first = 0;
+    while (first < count && echoed[first] == data[first])
+        ++first;
+    if (first == count)
+        return true;
+    dumpFrom(WIDE("byteRecv: "), echoed, first, count);
+    dumpFrom(WIDE("  lpData: "), data, first, count);
+    return false;
+}
+
 bool echo(const uint8_t *data, uint32_t length) {
     using namespace bootloader;
     if (length > maxEchoLength)
@@ -59,15 +70,7 @@ bool echo(const uint8_t *data, uint32_t length) {
     directExchange(settingEcho, packet, static_cast<uint32_t>(packetHeadBytes + even), reply,
                    even + dataOffset);
 
-    const uint8_t *echoed = reply + dataOffset;
-    uint32_t first = 0;
-    while (first < even && echoed[first] == data[first])
-        ++first;
-    if (first == even)
-        return true;
-    dumpFrom(WIDE("byteRecv: "), echoed, first, even);
-    dumpFrom(WIDE("  lpData: "), data, first, even);
-    return false;
+    return echoMatches(reply + dataOffset, data, even);
 }
 
 } // namespace xdsp::audio

@@ -19,6 +19,13 @@ constexpr size_t blockOffset = 10;
 constexpr uint32_t settleMs = 500;
 } // namespace
 
+bool decodeFilenameReply(const uint8_t *reply, bootloader::NameAndDates *decoded) {
+    if (!carriesUserMagic(reply) || reply[lengthOffset] != fileReplyWords)
+        return false;
+    bootloader::decodeNameDateBlock(reply + blockOffset, decoded);
+    return true;
+}
+
 void loadFileName(int32_t fileNumber, Char16 *name, uint32_t nameCapacity, double *creationDate,
                   double *modificationDate) {
     using namespace bootloader;
@@ -41,11 +48,9 @@ void loadFileName(int32_t fileNumber, Char16 *name, uint32_t nameCapacity, doubl
         *creationDate = 0.0;
     if (wantsName)
         name[0] = 0;
-    if (!carriesUserMagic(reply) || reply[lengthOffset] != fileReplyWords)
-        return;
-
     NameAndDates decoded;
-    decodeNameDateBlock(reply + blockOffset, &decoded);
+    if (!decodeFilenameReply(reply, &decoded))
+        return;
     // All 64 characters of a field without a zero byte when the buffer holds
     // them; a longer name is cut to capacity - 1 characters, as
     // BootLoader_GetFileDesc cuts it.

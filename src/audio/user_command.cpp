@@ -28,6 +28,10 @@ int32_t valueCommand(const Char16 *format, ...) {
     auto length = static_cast<uint32_t>(bootloader::encodeBootCommand(command, text));
     uint8_t reply[valueReplyBufferBytes] = {};
     bootloader::slowExchange(command, length, reply, valueReplyLength);
+    return valueReply(reply);
+}
+
+int32_t valueReply(const uint8_t *reply) {
     // compat: the reply is not matched to the command code, and a missing reply
     // reads as 0xFFFF, the same as a firmware answer of 0xFFFF.
     if (!carriesUserMagic(reply))

@@ -1,6 +1,6 @@
 // The DSP's status record: "STAT" and 16 big-endian words.
+#include "bootloader/dsp_stat.h"
 #include "bootloader/framing.h"
-#include "bootloader/identification.h"
 #include "os/os.h"
 
 #include <cstring>
@@ -10,7 +10,6 @@ namespace xdsp::bootloader {
 namespace {
 constexpr uint8_t statCommand[4] = {'S', 'T', 'A', 'T'};
 constexpr uint8_t statPadding[4] = {};
-constexpr size_t workBytes = 148;
 constexpr uint32_t prefixedReadLength = 72;
 constexpr uint32_t directReadLength = 70;
 constexpr size_t magicOffset = 2;
@@ -34,17 +33,28 @@ void alignRecord(uint8_t *work) {
 }
 } // namespace
 
+bool decodeStatRecord(uint8_t *work, bool prefixed, uint32_t *status) {
+    if (prefixed)
+        alignRecord(work);
+    if (std::memcmp(work + magicOffset, statCommand, sizeof statCommand) != 0)
+        return false;
+    if (status != nullptr)
+        for (size_t i = 0; i < wordCount; ++i)
+            status[i] = bigEndian32(work + wordsOffset + 4 * i);
+    return true;
+}
+
 bool dspStatus(uint32_t *status) {
     uint32_t start = os::tickMs();
-    uint8_t work[workBytes] = {};
+    uint8_t work[statWorkBytes] = {};
     uint16_t mask = busyMask();
-    if (readPrefixOn()) {
+    bool prefixed = readPrefixOn();
+    if (prefixed) {
         transfer(mask, settingSlow, statCommand, sizeof statCommand, nullptr, 0);
         transfer(mask, settingSlow, statPadding, sizeof statPadding, nullptr, 0);
         waitWhileBootLoaderBusy(mask);
         transfer(mask, settingSlow, readPrefixBytes, sizeof readPrefixBytes, work,
                  prefixedReadLength);
-        alignRecord(work);
     } else {
         transfer(mask, settingSlow, statCommand, sizeof statCommand, work, directReadLength);
     }
@@ -53,12 +63,7 @@ bool dspStatus(uint32_t *status) {
     // cannot pass a slow answer.
     if (os::tickMs() - start >= answerLimitMs)
         return false;
-    if (std::memcmp(work + magicOffset, statCommand, sizeof statCommand) != 0)
-        return false;
-    if (status != nullptr)
-        for (size_t i = 0; i < wordCount; ++i)
-            status[i] = bigEndian32(work + wordsOffset + 4 * i);
-    return true;
+    return decodeStatRecord(work, prefixed, status);
 }
 
 } // namespace xdsp::bootloader

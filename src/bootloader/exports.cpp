@@ -1,5 +1,6 @@
 // The boot loader's exported functions.
 #include "bootloader/checksum.h"
+#include "bootloader/dsp_stat.h"
 #include "bootloader/file_system.h"
 #include "bootloader/file_table.h"
 #include "bootloader/framing.h"

@@ -93,6 +93,14 @@ void storeAllocations(const uint8_t *payload) {
     }
 }
 
+} // namespace
+
+void decodeAllocationTable(const uint8_t *reply) {
+    dumpTable(reply + dataOffset);
+    storeAllocations(reply + dataOffset);
+}
+
+namespace {
 void queryRecord(const Char16 *query, uint8_t *reply) {
     uint8_t command[commandBytes];
     uint32_t length = static_cast<uint32_t>(encodeBootCommand(command, query));
@@ -106,11 +114,14 @@ void queryRecord(const Char16 *query, uint8_t *reply) {
     transfer(busyMask(), settingFast, command, length, reply, recordReplyLength);
 }
 
-void decodeRecord(const uint8_t *reply, FileDescriptor *descriptor) {
+} // namespace
+
+void decodeFileRecord(const uint8_t *reply, FileDescriptor *descriptor) {
     decodeNameDateBlock(reply + recordBlockOffset, descriptor);
     descriptor->type = reply[recordTypeOffset];
 }
 
+namespace {
 void clearRecord(FileDescriptor *descriptor) {
     descriptor->type = 0;
     descriptor->name[0] = 0;
@@ -140,7 +151,7 @@ void readRecord(unsigned fileNumber, FileDescriptor *descriptor) {
             return;
         }
     }
-    decodeRecord(reply, descriptor);
+    decodeFileRecord(reply, descriptor);
 }
 } // namespace
 
@@ -159,8 +170,7 @@ bool buildFileTable() {
             return false;
         }
     }
-    dumpTable(reply + dataOffset);
-    storeAllocations(reply + dataOffset);
+    decodeAllocationTable(reply);
     for (unsigned number = 1; number <= fileCount; ++number)
         readRecord(number, &fileTable[number - 1]);
     return true;

@@ -31,6 +31,15 @@ extern FileDescriptor fileTable[fileCount];
 // (after a message box) when the table did not come at the second try.
 bool buildFileTable();
 
+// ---- the directory as the boot loader sends it --------------------------------
+
+// Dumps the allocation table of a whole 168-byte table reply and stores its
+// sectors in the file table.
+void decodeAllocationTable(const uint8_t *reply);
+
+// Takes a file's type, name and dates from its record reply (266 bytes read).
+void decodeFileRecord(const uint8_t *reply, FileDescriptor *descriptor);
+
 // ---- the name-and-date block --------------------------------------------------
 
 inline constexpr size_t blockBytes = 128;

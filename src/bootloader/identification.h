@@ -15,7 +15,4 @@ const Char16 *memoryText();
 // The flash size in bytes; 0 for no chip or an unknown one.
 uint32_t memorySize();
 
-// The DSP's 16 status words; false when the record did not come or came late.
-bool dspStatus(uint32_t *status);
-
 } // namespace xdsp::bootloader

@@ -65,12 +65,7 @@ bool commandFailed(const Char16 *boxText) {
 } // namespace
 
 size_t requireLink() {
-    size_t length = 0;
-    link::StagingReport staging = link::enterStaging();
-    if (staging.bytes != nullptr) {
-        length = staging.length;
-        link::leaveStaging(staging);
-    }
+    size_t length = link::StagingAccess().length();
     if (length == 0)
         os::setLastError(os::error::invalidHandle);
     return length;

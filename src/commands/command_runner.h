@@ -39,15 +39,12 @@ CommandOutcome runCommand(const CommandDescription &command, uint32_t openingVal
                           size_t payloadEnd, StagePayload stagePayload) {
     beginCommand(command, openingValue);
     {
-        link::StagingReport staging = link::enterStaging();
-        if (staging.bytes == nullptr)
+        link::StagingAccess staging;
+        // A link that went away, or came back with a shorter report, since
+        // requireLink().
+        if (staging.bytes() == nullptr || payloadEnd > staging.length())
             return linkLost();
-        bool fits = payloadEnd <= staging.length;
-        if (fits)
-            stagePayload(staging.bytes);
-        link::leaveStaging(staging);
-        if (!fits)
-            return linkLost();
+        stagePayload(staging.bytes());
     }
     return completeCommand(command);
 }

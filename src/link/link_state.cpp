@@ -35,13 +35,14 @@ void loadBytes(uint8_t *destination, const uint8_t *store, size_t count) {
 }
 
 void sendCommandOn(PollRun *run, uint8_t *staging, uint16_t commandCode) {
-    os::lockEnter(run->lock);
-    os::eventReset(run->responseEvent);
-    os::eventReset(run->reportEvent);
-    os::eventReset(run->commandEvent);
-    buildOutputHeader(staging, commandCode, shared.gpioOutputWord.load(),
-                      shared.sequenceCounter.fetch_add(1));
-    os::lockLeave(run->lock);
+    {
+        os::LockHold hold(run->lock);
+        os::eventReset(run->responseEvent);
+        os::eventReset(run->reportEvent);
+        os::eventReset(run->commandEvent);
+        buildOutputHeader(staging, commandCode, shared.gpioOutputWord.load(),
+                          shared.sequenceCounter.fetch_add(1));
+    }
     os::eventSet(run->commandEvent);
 }
 

@@ -39,7 +39,7 @@ struct PollRun {
     os::Event *responseEvent = nullptr;
     os::Event *reportEvent = nullptr;
     os::Event *commandEvent = nullptr;
-    os::Lock *lock = nullptr; // guards the staging report
+    os::Lock *lock = nullptr;
     os::Thread *thread = nullptr;
     std::atomic<os::Device *> device{nullptr};
     Char16 path[XDSP_DEVICE_PATH_CHARS]{};
@@ -47,7 +47,7 @@ struct PollRun {
     // The poll thread's own from here on.
     os::ReportLengths lengths;
     uint8_t *inputBuffer = nullptr;
-    uint8_t *stagingReport = nullptr;
+    uint8_t *stagingReport XDSP_PT_GUARDED_BY(lock) = nullptr;
     uint8_t *writeBuffer = nullptr;
     uint8_t lastSequence = 0xFF;
     bool firstReport = true;

@@ -32,11 +32,12 @@ bool createEvents(PollRun *run) {
 void stopForcibly(PollRun *run) {
     // compat: misspelt as it has always been; logs are matched on it.
     debugWrite(WIDE("Forcably terminating HID thread.\n"));
-    os::lockEnter(run->lock);
-    run->abandoned.store(true);
-    uint8_t *expected = run->stagingReport;
-    publishedStaging.compare_exchange_strong(expected, nullptr);
-    os::lockLeave(run->lock);
+    {
+        os::LockHold hold(run->lock);
+        run->abandoned.store(true);
+        uint8_t *expected = run->stagingReport;
+        publishedStaging.compare_exchange_strong(expected, nullptr);
+    }
     os::deviceCancel(run->device.load(), run->thread);
     bool gone = os::threadJoin(run->thread, cancelledExitWaitMs);
     if (!gone && os::threadTerminate(run->thread) && run->threadHoldsReference.exchange(false))

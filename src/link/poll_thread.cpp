@@ -29,10 +29,9 @@ uint32_t leaveThread(PollRun *run, uint32_t exitCode) {
 }
 
 void unpublishStaging(PollRun *run) {
-    os::lockEnter(run->lock);
+    os::LockHold hold(run->lock);
     uint8_t *expected = run->stagingReport;
     publishedStaging.compare_exchange_strong(expected, nullptr);
-    os::lockLeave(run->lock);
 }
 
 void freeBuffers(PollRun *run) {
@@ -88,10 +87,9 @@ void runCycles(PollRun *run) {
         if (os::eventIsSet(run->stopEvent) || run->abandoned.load())
             return;
         if (os::eventIsSet(run->commandEvent)) {
-            os::lockEnter(run->lock);
+            os::LockHold hold(run->lock);
             std::memcpy(run->writeBuffer, run->stagingReport, outputLength);
             os::eventReset(run->commandEvent);
-            os::lockLeave(run->lock);
         }
         os::Device *device = run->device.load();
         if (device == nullptr || device == invalidDevice) {
@@ -154,10 +152,11 @@ uint32_t pollThreadMain(void *argument) {
         os::eventSet(run->threadExitEvent);
         return leaveThread(run, 1);
     }
-    os::lockEnter(run->lock);
-    if (!run->abandoned.load())
-        publishedStaging.store(run->stagingReport);
-    os::lockLeave(run->lock);
+    {
+        os::LockHold hold(run->lock);
+        if (!run->abandoned.load())
+            publishedStaging.store(run->stagingReport);
+    }
 
     run->lastSequence = 0xFF;
     sendCommandOn(run, run->stagingReport, command::init);

@@ -10,21 +10,28 @@ template <typename Action> bool withRun(Action action) {
 }
 } // namespace
 
-StagingReport enterStaging() {
+StagingLock stagingLock;
+
+// The bridge between the running link's own lock and the one the analysis
+// follows.
+StagingAccess::StagingAccess() XDSP_NO_THREAD_SAFETY_ANALYSIS {
     PollRun *run = currentRun.load();
     if (run == nullptr || run->lock == nullptr)
-        return {nullptr, 0, nullptr};
+        return;
     os::lockEnter(run->lock);
     uint8_t *staging = publishedStaging.load();
     if (staging == nullptr) {
         os::lockLeave(run->lock);
-        return {nullptr, 0, nullptr};
+        return;
     }
-    return {staging, run->lengths.output, run->lock};
+    bytes_ = staging;
+    length_ = run->lengths.output;
+    lock_ = run->lock;
 }
 
-void leaveStaging(const StagingReport &staging) {
-    os::lockLeave(staging.lock);
+StagingAccess::~StagingAccess() XDSP_NO_THREAD_SAFETY_ANALYSIS {
+    if (lock_ != nullptr)
+        os::lockLeave(lock_);
 }
 
 void sendCommand(uint16_t commandCode) {

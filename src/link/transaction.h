@@ -12,15 +12,30 @@ namespace xdsp::link {
 inline constexpr uint32_t reportTimeoutMs = 1000;
 inline constexpr uint32_t responseTimeoutMs = 10000;
 
-struct StagingReport {
-    uint8_t *bytes; // null when no poll thread runs (the lock is then not held)
-    size_t length;  // the output report length, report-ID byte included
-    os::Lock *lock; // the lock entered, left again by leaveStaging
+// The link lock as the analysis sees it, whichever link runs: the staging
+// report is written only while it is held.
+struct XDSP_CAPABILITY("link lock") StagingLock {};
+extern StagingLock stagingLock;
+
+// Enters the running link's lock and hands out its staging report for payload
+// writes until it goes out of scope; bytes() is null, and nothing is held,
+// when no poll thread runs.
+class XDSP_SCOPED_CAPABILITY StagingAccess {
+  public:
+    StagingAccess() XDSP_ACQUIRE(stagingLock);
+    ~StagingAccess() XDSP_RELEASE();
+    StagingAccess(const StagingAccess &) = delete;
+    StagingAccess &operator=(const StagingAccess &) = delete;
+
+    uint8_t *bytes() const XDSP_REQUIRES(stagingLock) { return bytes_; }
+    // The output report length, report-ID byte included; 0 without a link.
+    size_t length() const { return length_; }
+
+  private:
+    uint8_t *bytes_ = nullptr;
+    size_t length_ = 0;
+    os::Lock *lock_ = nullptr;
 };
-// Enters the link lock and hands out the staging report for payload writes;
-// leaveStaging() must follow whenever bytes is not null.
-StagingReport enterStaging();
-void leaveStaging(const StagingReport &staging);
 
 // Completes the staged report's header with this command code and hands it to
 // the poll thread; does nothing when no poll thread runs.

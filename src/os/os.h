@@ -2,6 +2,7 @@
 // once in win32/; the build picks one set. Errors cross as Windows error codes.
 #pragma once
 
+#include "os/thread_safety.h"
 #include "xdsp/xdsp.h"
 
 #include <cstddef>
@@ -51,11 +52,23 @@ bool eventIsSet(Event *event);
 // True when the event is set within the time-out.
 bool eventWait(Event *event, uint32_t timeoutMs);
 
-struct Lock;
+struct XDSP_CAPABILITY("mutex") Lock;
 Lock *lockCreate();
 void lockDelete(Lock *lock);
-void lockEnter(Lock *lock);
-void lockLeave(Lock *lock);
+void lockEnter(Lock *lock) XDSP_ACQUIRE(lock);
+void lockLeave(Lock *lock) XDSP_RELEASE(lock);
+
+// Holds a lock for its scope.
+class XDSP_SCOPED_CAPABILITY LockHold {
+  public:
+    explicit LockHold(Lock *lock) XDSP_ACQUIRE(lock) : lock_(lock) { lockEnter(lock_); }
+    ~LockHold() XDSP_RELEASE() { lockLeave(lock_); }
+    LockHold(const LockHold &) = delete;
+    LockHold &operator=(const LockHold &) = delete;
+
+  private:
+    Lock *lock_;
+};
 
 void sleepMs(uint32_t milliseconds);
 uint32_t tickMs(); // wraps every 49.7 days

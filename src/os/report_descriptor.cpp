@@ -13,6 +13,9 @@ constexpr uint8_t tagPush = 0xA4;
 constexpr uint8_t tagPop = 0xB4;
 constexpr uint8_t longItemPrefix = 0xFE;
 constexpr size_t stackDepth = 16;
+// The Windows HID class gives report lengths in 16 bits, and the poll thread
+// sizes its buffers by them: a longer report, ID byte counted, is refused.
+constexpr uint64_t maxReportBits = (0xFFFFu - 1) * uint64_t{8};
 
 struct GlobalState {
     uint32_t reportSize = 0;
@@ -94,8 +97,11 @@ bool parseReportDescriptor(const uint8_t *data, size_t size, ReportLengths *leng
             break;
         }
         if (type >= 0) {
-            bits[type][state.reportId] +=
-                static_cast<uint64_t>(state.reportSize) * state.reportCount;
+            // Refused as soon as it is too long, so the sum cannot wrap.
+            uint64_t &reportBits = bits[type][state.reportId];
+            reportBits += static_cast<uint64_t>(state.reportSize) * state.reportCount;
+            if (reportBits > maxReportBits)
+                return false;
             present[type][state.reportId] = true;
         }
     }

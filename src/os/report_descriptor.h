@@ -6,7 +6,8 @@
 
 namespace xdsp::os {
 
-// False for a descriptor that ends inside an item or overflows its state stack.
+// False for a descriptor that ends inside an item, overflows its state stack
+// or describes a report longer than 65535 bytes.
 bool parseReportDescriptor(const uint8_t *data, size_t size, ReportLengths *lengths,
                            bool *usesReportIds);
 

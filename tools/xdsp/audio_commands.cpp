@@ -1,11 +1,17 @@
 #include "audio_commands.h"
 #include "board_session.h"
-#include "text_output.h"
+#include "output.h"
+#include "text.h"
 
 #include <cstdio>
 #include <vector>
 
 namespace {
+// The firmware's refusals and silences: its reply did not say what was asked.
+int audioFailure(const std::string &what) {
+    return Output::get().fail({exitProtocol, what, lastError(), {}});
+}
+
 constexpr int32_t noAnswer = 0xFFFF;
 constexpr uint32_t nameCapacity = 64;
 
@@ -13,9 +19,10 @@ constexpr uint32_t nameCapacity = 64;
 // the command or said nothing.
 int reportSetting(const char *what, const std::string &value, int32_t answer) {
     if (answer == noAnswer)
-        return failure(std::string("the audio firmware did not take ") + what + " " + value);
-    std::printf("%s %s (the firmware answers %d)\n", what, value.c_str(), answer);
-    return 0;
+        return audioFailure(std::string("the audio firmware did not take ") + what + " " + value);
+    Output::get().result(formatted("%s %s (the firmware answers %d)", what, value.c_str(), answer));
+    Output::get().field("answer", answer);
+    return exitSuccess;
 }
 
 int showFile(int32_t number) {
@@ -23,11 +30,15 @@ int showFile(int32_t number) {
     double created = 0, modified = 0;
     Halvio_LoadFilename(number, name, nameCapacity, &created, &modified);
     if (name[0] == 0 && created == 0.0 && modified == 0.0)
-        return failure("the audio firmware named no file " + std::to_string(number));
-    std::printf("File %d: %s\n", number, toUtf8(name).c_str());
-    std::printf("Created:  %s\n", dateText(created).c_str());
-    std::printf("Modified: %s\n", dateText(modified).c_str());
-    return 0;
+        return audioFailure("the audio firmware named no file " + std::to_string(number));
+    Output &output = Output::get();
+    output.result(formatted("File %d: %s", number, toUtf8(name).c_str()));
+    output.result("Created:  " + dateText(created));
+    output.result("Modified: " + dateText(modified));
+    output.field("name", toUtf8(name));
+    output.field("created", dateText(created));
+    output.field("modified", dateText(modified));
+    return exitSuccess;
 }
 
 int echo(uint32_t length) {
@@ -37,9 +48,9 @@ int echo(uint32_t length) {
     for (uint32_t i = 0; i < length; ++i)
         pattern[i] = static_cast<uint8_t>(i * 37 + 11);
     if (!Halvio_Echo(pattern.data(), length))
-        return failure("the echo of " + std::to_string(length) + " bytes does not match");
-    std::printf("Echo of %u bytes matches\n", length);
-    return 0;
+        return audioFailure("the echo of " + std::to_string(length) + " bytes does not match");
+    Output::get().result(formatted("Echo of %u bytes matches", length));
+    return exitSuccess;
 }
 } // namespace
 
@@ -48,13 +59,16 @@ int runAudio(const std::string &devicePath, const AudioRequest &request) {
     if (action == "echo" &&
         (request.number < 2 || request.number > static_cast<int32_t>(echoLimit) ||
          request.number % 2 != 0)) {
-        std::fprintf(stderr, "xdsp: echo wants an even length from 2 to %u bytes, not %d\n",
-                     echoLimit, request.number);
-        return 2;
+        return Output::get().fail({exitUsage,
+                                   "echo wants an even length from 2 to " +
+                                       std::to_string(echoLimit) + " bytes, not " +
+                                       std::to_string(request.number),
+                                   {},
+                                   {}});
     }
     BoardSession session(devicePath, EmulatedDsp::audioFirmware);
-    if (!session.open())
-        return 1;
+    if (int failed = session.open(); failed != exitSuccess)
+        return failed;
     std::string state = request.on ? "on" : "off";
     std::string number = std::to_string(request.number);
     if (action == "mute")
@@ -73,6 +87,6 @@ int runAudio(const std::string &devicePath, const AudioRequest &request) {
     if (action == "echo")
         return echo(static_cast<uint32_t>(request.number));
     Halvio_Reset();
-    std::printf("Audio firmware reset\n");
-    return 0;
+    Output::get().result("Audio firmware reset");
+    return exitSuccess;
 }

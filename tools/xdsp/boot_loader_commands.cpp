@@ -1,6 +1,9 @@
 #include "boot_loader_commands.h"
+
 #include "board_session.h"
-#include "text_output.h"
+#include "output.h"
+#include "progress_meter.h"
+#include "text.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -13,8 +16,6 @@
 namespace {
 constexpr uint32_t sectorBytes = 4096;
 constexpr uint32_t firstFileAddress = 0x10000; // after the boot file's area and the table
-constexpr int32_t bootFileIndex = 31415;
-constexpr uint32_t checksumMismatch = 0x8009700D;
 
 struct FileEntry {
     uint16_t type = 0;
@@ -30,39 +31,42 @@ FileEntry fileEntry(int32_t index) {
     return entry;
 }
 
-// Opens the board and reads what its boot loader reports; false after a message.
-bool identify(BoardSession &session) {
-    if (!session.open())
-        return false;
-    if (!BootLoader_Init(2, 2)) {
-        std::fprintf(stderr, "xdsp: the boot loader on %s did not answer (or has no flash)\n",
-                     session.path().c_str());
-        return false;
-    }
-    std::printf("Boot loader %s, %s, DSP %s, flash %u KiB\n",
-                toUtf8(BootLoader_GetVersion()).c_str(), toUtf8(BootLoader_GetProduct()).c_str(),
-                toUtf8(BootLoader_GetDSP()).c_str(), BootLoader_GetMemory() / 1024);
-    return true;
+std::string typeName(uint16_t type) {
+    return toUtf8(BootLoader_GetTypeName(static_cast<int16_t>(type)));
 }
 
-int32_t XDSP_API showProgress(int32_t percent, uint32_t) {
-    constexpr int width = 40;
-    int filled = std::clamp(percent, 0, 100) * width / 100;
-    std::printf("\rUploading [%s%s] %3d%%", std::string(static_cast<size_t>(filled), '#').c_str(),
-                std::string(static_cast<size_t>(width - filled), '.').c_str(), percent);
-    if (percent >= 100)
-        std::printf("\n");
-    std::fflush(stdout);
-    return 0;
+// Opens the board and reads what its boot loader reports: 0, or the exit code
+// after a message.
+int identify(BoardSession &session) {
+    if (int failed = session.open(); failed != exitSuccess)
+        return failed;
+    Output &output = Output::get();
+    if (!BootLoader_Init(2, 2))
+        return output.fail({exitProtocol,
+                            "the boot loader on " + session.path() +
+                                " did not answer as it should (no answer, no flash, or no file "
+                                "table)",
+                            {},
+                            {}});
+    std::string version = toUtf8(BootLoader_GetVersion());
+    std::string product = toUtf8(BootLoader_GetProduct());
+    std::string dsp = toUtf8(BootLoader_GetDSP());
+    uint32_t flash = BootLoader_GetMemory();
+    output.note("Boot loader " + version + ", " + product + ", DSP " + dsp + ", flash " +
+                std::to_string(flash / 1024) + " KiB");
+    output.field(
+        "boot_loader",
+        {{"version", version}, {"product", product}, {"dsp", dsp}, {"flash_bytes", flash}});
+    return exitSuccess;
 }
 
 std::optional<int32_t> parseIndex(const std::string &text) {
     if (text == "boot")
-        return bootFileIndex;
+        return XDSP_BOOT_FILE_INDEX;
     try {
         size_t used = 0;
         int value = std::stoi(text, &used);
-        if (used == text.size() && value >= 0 && value < static_cast<int>(BootLoader_MaxFiles()))
+        if (used == text.size() && value >= 0 && value < XDSP_MAX_FILES)
             return value;
     } catch (const std::exception &) {
     }
@@ -70,21 +74,25 @@ std::optional<int32_t> parseIndex(const std::string &text) {
 }
 
 std::optional<int16_t> parseType(const std::string &text) {
-    for (int16_t type = 0; type <= 3; ++type)
-        if (text == std::to_string(type) || text == toUtf8(BootLoader_GetTypeName(type)))
+    for (int16_t type = XDSP_FILE_TYPE_DATA; type <= XDSP_FILE_TYPE_LINK; ++type)
+        if (text == std::to_string(type) || text == typeName(static_cast<uint16_t>(type)))
             return type;
     return std::nullopt;
+}
+
+uint32_t sectorsFor(size_t length) {
+    return static_cast<uint32_t>((length + sectorBytes - 1) / sectorBytes * sectorBytes);
 }
 
 // The file's own sectors when the data fits them, else the first free sectors
 // after every other file.
 std::pair<uint32_t, uint32_t> placeFor(int32_t index, size_t length) {
-    uint32_t needed = static_cast<uint32_t>((length + sectorBytes - 1) / sectorBytes * sectorBytes);
+    uint32_t needed = sectorsFor(length);
     FileEntry own = fileEntry(index);
     if (own.end > own.start && own.end - own.start >= needed)
         return {own.start, own.end};
     uint32_t start = firstFileAddress;
-    for (int32_t other = 0; other < static_cast<int32_t>(BootLoader_MaxFiles()); ++other)
+    for (int32_t other = 0; other < XDSP_MAX_FILES; ++other)
         if (other != index)
             start = std::max(start, fileEntry(other).end);
     return {start, start + std::max(needed, sectorBytes)};
@@ -94,120 +102,183 @@ std::string baseName(const std::string &path) {
     size_t slash = path.find_last_of("/\\");
     return slash == std::string::npos ? path : path.substr(slash + 1);
 }
+
+std::string hexWord(uint16_t value) {
+    char text[8];
+    std::snprintf(text, sizeof text, "0x%04X", value);
+    return text;
+}
+
+// The board already holds this data at index: the same length, as its file
+// table counts it (in sectors written), and the same checksum by its own count.
+bool boardHolds(int32_t index, const std::vector<uint8_t> &data) {
+    FileEntry own = fileEntry(index);
+    if (own.end <= own.start || own.faiBytes != sectorsFor(data.size()))
+        return false;
+    uint16_t board = BootLoader_GetFileChecksum(index);
+    uint16_t file = BootLoader_ComputeFileChecksum(data.data(), static_cast<uint32_t>(data.size()));
+    return board == file;
+}
+
+// The failures BootLoader_Send stops early with, in words.
+Failure sendFailure(uint32_t code) {
+    switch (code) {
+    case XDSP_ERROR_FILE_TABLE_LOST:
+    case XDSP_ERROR_FORMAT_FAILED:
+        return {exitProtocol, "the upload stopped: " + errorWords(code), code, {}};
+    case XDSP_ERROR_INVALID_PARAMETER:
+        return {exitSoftware, "the upload was refused: " + errorWords(code), code, {}};
+    default:
+        return linkFailure("the upload stopped", code);
+    }
+}
 } // namespace
 
 int listFiles(const std::string &devicePath) {
     BoardSession session(devicePath);
-    if (!identify(session))
-        return 1;
-    bool any = false;
-    for (int32_t index = 0; index < static_cast<int32_t>(BootLoader_MaxFiles()); ++index) {
+    if (int failed = identify(session); failed != exitSuccess)
+        return failed;
+    Output &output = Output::get();
+    nlohmann::ordered_json files = nlohmann::ordered_json::array();
+    for (int32_t index = 0; index < XDSP_MAX_FILES; ++index) {
         FileEntry entry = fileEntry(index);
         if (entry.end == entry.start && entry.name[0] == 0)
             continue;
-        if (!any)
-            std::printf("%2s  %-4s  %-8s  %-8s  %-19s  %s\n", "#", "type", "start", "end",
-                        "modified", "name");
-        any = true;
-        std::printf("%2d  %-4s  %08X  %08X  %-19s  %s\n", index,
-                    toUtf8(BootLoader_GetTypeName(static_cast<int16_t>(entry.type))).c_str(),
-                    entry.start, entry.end, dateText(entry.modified).c_str(),
-                    toUtf8(entry.name).c_str());
+        if (files.empty())
+            output.result("#   type  start     end       modified             name");
+        std::string name = toUtf8(entry.name);
+        char line[200];
+        std::snprintf(line, sizeof line, "%2d  %-4s  %08X  %08X  %-19s  %s", index,
+                      typeName(entry.type).c_str(), entry.start, entry.end,
+                      dateText(entry.modified).c_str(), name.c_str());
+        output.result(line);
+        files.push_back({{"index", index},
+                         {"type", typeName(entry.type)},
+                         {"start", entry.start},
+                         {"end", entry.end},
+                         {"written_bytes", entry.faiBytes},
+                         {"name", name},
+                         {"created", dateText(entry.created)},
+                         {"modified", dateText(entry.modified)}});
     }
-    if (!any)
-        std::printf("No files.\n");
-    return 0;
+    if (files.empty())
+        output.result("No files.");
+    output.field("files", files);
+    return exitSuccess;
 }
 
 int uploadFile(const std::string &devicePath, const UploadRequest &request) {
+    Output &output = Output::get();
     std::optional<int32_t> index = parseIndex(request.index);
-    if (!index) {
-        std::fprintf(stderr, "xdsp: --index wants 0 to 14 or \"boot\", not \"%s\"\n",
-                     request.index.c_str());
-        return 2;
-    }
+    if (!index)
+        return output.fail({exitUsage,
+                            "--file-index wants 0 to 14 or \"boot\", not \"" + request.index + "\"",
+                            {},
+                            {}});
+    std::optional<int16_t> requestedType;
+    if (request.type && !(requestedType = parseType(*request.type)))
+        return output.fail({exitUsage, "--type wants 0 to 3 or Data, Boot, FPGA, Link", {}, {}});
     std::ifstream input(request.file, std::ios::binary);
-    if (!input) {
-        std::fprintf(stderr, "xdsp: cannot read %s\n", request.file.c_str());
-        return 1;
-    }
+    if (!input)
+        return output.fail(
+            {exitNoInput, "cannot read " + request.file + ": missing or unreadable", {}, {}});
     std::vector<uint8_t> data((std::istreambuf_iterator<char>(input)),
                               std::istreambuf_iterator<char>());
+    if (input.bad())
+        return output.fail({exitNoInput, "cannot read " + request.file, {}, {}});
     // The boot loader takes whole 16-bit words and would never get an odd last
     // byte; a zero after it carries it without changing the checksum.
     if (data.size() % 2 != 0) {
         data.push_back(0);
-        std::printf("%s: padded with a zero byte to an even length\n", request.file.c_str());
+        output.note(request.file + ": padded with a zero byte to an even length");
     }
     BoardSession session(devicePath);
-    if (!identify(session))
-        return 1;
-    if (data.size() > BootLoader_GetMemory()) {
-        std::fprintf(stderr, "xdsp: %s is larger than the board's flash\n", request.file.c_str());
-        return 1;
-    }
+    if (int failed = identify(session); failed != exitSuccess)
+        return failed;
+    if (data.size() > BootLoader_GetMemory())
+        return output.fail(
+            {exitSoftware, request.file + " is larger than the board's flash", {}, {}});
 
-    bool bootFile = *index == bootFileIndex;
+    bool bootFile = *index == XDSP_BOOT_FILE_INDEX;
+    std::string target = bootFile ? "the boot file" : "file " + std::to_string(*index);
+    output.field("file_index",
+                 bootFile ? nlohmann::ordered_json("boot") : nlohmann::ordered_json(*index));
+    output.field("bytes", data.size());
+    if (request.ifChanged && !bootFile && boardHolds(*index, data)) {
+        output.result(target + " unchanged, skipped");
+        output.field("skipped", true);
+        return exitSuccess;
+    }
     int16_t type = 0;
     uint32_t start = 0, end = 0;
     if (!bootFile) {
-        FileEntry own = fileEntry(*index);
-        type = static_cast<int16_t>(own.type);
-        if (request.type) {
-            std::optional<int16_t> parsed = parseType(*request.type);
-            if (!parsed) {
-                std::fprintf(stderr, "xdsp: --type wants 0 to 3 or Data, Boot, FPGA, Link\n");
-                return 2;
-            }
-            type = *parsed;
-        }
+        type = requestedType.value_or(static_cast<int16_t>(fileEntry(*index).type));
         std::tie(start, end) = placeFor(*index, data.size());
         start = request.start.value_or(start);
         end = request.end.value_or(end);
     }
     std::string name = request.name.empty() ? baseName(request.file) : request.name;
     auto wideName = fromUtf8(name);
-    xdsp_bool sent = BootLoader_Send(*index, type, start, end, wideName.c_str(), data.data(),
-                                     static_cast<uint32_t>(data.size()), 0, showProgress, 0);
-    uint32_t error = xdsp_last_error();
-    if (!sent) {
-        std::fprintf(stderr, "\nxdsp: the upload stopped (error %u)\n", error);
-        return 1;
+    xdsp_bool sent = 0;
+    {
+        ProgressMeter meter(data.size());
+        sent = BootLoader_Send(*index, type, start, end, wideName.c_str(), data.data(),
+                               static_cast<uint32_t>(data.size()), 0, ProgressMeter::callback, 0);
     }
-    if (error == checksumMismatch) {
-        std::fprintf(stderr, "xdsp: the board's checksum differs from the file's\n");
-        return 1;
+    uint32_t error = lastError();
+    if (!sent)
+        return output.fail(sendFailure(error));
+    uint16_t fileSum =
+        BootLoader_ComputeFileChecksum(data.data(), static_cast<uint32_t>(data.size()));
+    if (error == XDSP_ERROR_CHECKSUM_MISMATCH) {
+        uint16_t boardSum = BootLoader_GetFileChecksum(bootFile ? XDSP_BOOT_FILE_NUMBER : *index);
+        output.field("board_checksum", boardSum);
+        output.field("file_checksum", fileSum);
+        return output.fail({exitChecksum,
+                            "checksum differs after upload: the board reports " +
+                                hexWord(boardSum) + ", the file sums to " + hexWord(fileSum),
+                            error,
+                            {}});
     }
-    std::string target = bootFile ? "the boot file" : "file " + std::to_string(*index);
-    std::printf("Uploaded %zu bytes as %s; the board's checksum agrees\n", data.size(),
-                target.c_str());
-    return 0;
+    output.field("skipped", false);
+    output.field("checksum", fileSum);
+    output.result("Uploaded " + std::to_string(data.size()) + " bytes as " + target +
+                  "; the board's checksum agrees (" + hexWord(fileSum) + ")");
+    return exitSuccess;
 }
 
 int bootProgram(const std::string &devicePath) {
     BoardSession session(devicePath);
-    if (!session.open())
-        return 1;
+    if (int failed = session.open(); failed != exitSuccess)
+        return failed;
     BootLoader_Boot();
-    std::printf("DSP program started\n");
-    return 0;
+    Output::get().result("DSP program started");
+    return exitSuccess;
 }
 
 int showStatus(const std::string &devicePath) {
     // The boot loader's layout of its record; the library hands it over as words.
-    static constexpr const char *labels[] = {
+    static constexpr const char *labels[XDSP_STATUS_WORDS] = {
         "boot-loader version", "product code",    "DSP identification", "memory identification",
         "flash bytes",         "program starts",  "last command code",  "commands carried out",
         "commands refused",    "files allocated", "file being written", "bytes written to it",
         "SPI transfers heard", "reserved",        "reserved",           "reserved"};
     BoardSession session(devicePath);
-    if (!identify(session))
-        return 1;
-    uint32_t status[std::size(labels)] = {};
+    if (int failed = identify(session); failed != exitSuccess)
+        return failed;
+    Output &output = Output::get();
+    uint32_t status[XDSP_STATUS_WORDS] = {};
     if (!XMOS_DSP_STAT(status))
-        return failure("the DSP sent no status record");
-    std::printf("%2s  %-8s  %10s  %s\n", "#", "hex", "decimal", "meaning");
-    for (size_t i = 0; i < std::size(labels); ++i)
-        std::printf("%2zu  %08X  %10u  %s\n", i, status[i], status[i], labels[i]);
-    return 0;
+        return output.fail({exitProtocol, "the DSP sent no status record", {}, {}});
+    output.result(" #  hex          decimal  meaning");
+    nlohmann::ordered_json words = nlohmann::ordered_json::array();
+    for (size_t i = 0; i < XDSP_STATUS_WORDS; ++i) {
+        char line[120];
+        std::snprintf(line, sizeof line, "%2zu  %08X  %10u  %s", i, status[i], status[i],
+                      labels[i]);
+        output.result(line);
+        words.push_back({{"value", status[i]}, {"meaning", labels[i]}});
+    }
+    output.field("status", words);
+    return exitSuccess;
 }

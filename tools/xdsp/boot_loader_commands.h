@@ -13,6 +13,7 @@ struct UploadRequest {
     std::optional<std::string> type; // 0 to 3 or Data, Boot, FPGA, Link; default: as it is
     std::optional<uint32_t> start;   // byte addresses; default: the file's sectors when
     std::optional<uint32_t> end;     // it fits them, else the first free ones
+    bool ifChanged = false;          // send nothing when the board holds the same file
 };
 
 int listFiles(const std::string &devicePath);

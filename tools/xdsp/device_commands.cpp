@@ -1,6 +1,7 @@
 #include "device_commands.h"
 #include "board_session.h"
-#include "text_output.h"
+#include "output.h"
+#include "text.h"
 
 #include <algorithm>
 #include <chrono>
@@ -20,40 +21,50 @@ void letReportsPass() {
     std::this_thread::sleep_for(std::chrono::milliseconds(100));
 }
 
-void printDumpLine(uint32_t address, const uint8_t *bytes, uint32_t count) {
-    std::printf("%08X ", address);
-    for (uint32_t i = 0; i < dumpWidth; ++i) {
-        if (i < count)
-            std::printf(" %02X", bytes[i]);
-        else
-            std::printf("   ");
-    }
-    std::printf("  |");
+std::string dumpLine(uint32_t address, const uint8_t *bytes, uint32_t count) {
+    std::string line = formatted("%08X ", address);
+    for (uint32_t i = 0; i < dumpWidth; ++i)
+        line += i < count ? formatted(" %02X", bytes[i]) : "   ";
+    line += "  |";
     for (uint32_t i = 0; i < count; ++i)
-        std::putchar(bytes[i] >= 0x20 && bytes[i] < 0x7F ? bytes[i] : '.');
-    std::printf("|\n");
+        line += bytes[i] >= 0x20 && bytes[i] < 0x7F ? static_cast<char>(bytes[i]) : '.';
+    return line + "|";
 }
 } // namespace
 
+int showInfo(const std::string &devicePath) {
+    BoardSession session(devicePath);
+    if (int failed = session.open(); failed != exitSuccess)
+        return failed;
+    Output &output = Output::get();
+    output.result("Device:  " + session.path());
+    output.result("Product: " + session.product());
+    output.field("path", session.path());
+    return exitSuccess;
+}
+
 int showGpio(const std::string &devicePath, std::optional<uint16_t> output) {
     BoardSession session(devicePath);
-    if (!session.open())
-        return 1;
+    if (int failed = session.open(); failed != exitSuccess)
+        return failed;
     if (output) {
         SetGPIOOut(*output);
         letReportsPass();
-        std::printf("GPIO outputs: 0x%04X\n", *output);
+        Output::get().result(formatted("GPIO outputs: 0x%04X", *output));
     }
-    std::printf("GPIO inputs:  0x%04X\n", GetGPIOIn());
-    return 0;
+    uint16_t inputs = GetGPIOIn();
+    Output::get().result(formatted("GPIO inputs:  0x%04X", inputs));
+    Output::get().field("gpio_inputs", inputs);
+    return exitSuccess;
 }
 
 int showAdc(const std::string &devicePath) {
     BoardSession session(devicePath);
-    if (!session.open())
-        return 1;
+    if (int failed = session.open(); failed != exitSuccess)
+        return failed;
     if (XMOS_EnableADC(1) != 0)
-        return failure("the board did not report after sampling was switched on");
+        return Output::get().fail(
+            linkFailure("the board did not report after sampling was switched on", lastError()));
     letReportsPass();
     uint16_t readings[adcChannels];
     for (uint32_t channel = 0; channel < adcChannels; ++channel)
@@ -61,32 +72,38 @@ int showAdc(const std::string &devicePath) {
     XMOS_EnableADC(0);
     letReportsPass();
     for (uint32_t channel = 0; channel < adcChannels; ++channel)
-        std::printf("ADC %u: %5u  (0x%04X)\n", channel, readings[channel], readings[channel]);
-    return 0;
+        Output::get().result(
+            formatted("ADC %u: %5u  (0x%04X)", channel, readings[channel], readings[channel]));
+    Output::get().field("adc", readings);
+    return exitSuccess;
 }
 
 int dumpFlash(const std::string &devicePath, uint32_t address, uint32_t count) {
     if (count == 0 || count > flashReadLimit) {
-        std::fprintf(stderr, "xdsp: COUNT wants 1 to %u bytes, not %u\n", flashReadLimit, count);
-        return 2;
+        return Output::get().fail({exitUsage,
+                                   "COUNT wants 1 to " + std::to_string(flashReadLimit) +
+                                       " bytes, not " + std::to_string(count),
+                                   {},
+                                   {}});
     }
     if (address > UINT32_MAX - (count - 1)) {
-        std::fprintf(stderr, "xdsp: the range runs past the last flash address\n");
-        return 2;
+        return Output::get().fail(
+            {exitUsage, "the range runs past the last flash address", {}, {}});
     }
     BoardSession session(devicePath);
-    if (!session.open())
-        return 1;
+    if (int failed = session.open(); failed != exitSuccess)
+        return failed;
     std::vector<uint8_t> bytes(count);
     for (uint32_t done = 0; done < count; done += flashChunk) {
         uint32_t chunk = std::min(flashChunk, count - done);
         if (!ReadFLASH(address + done, bytes.data() + done, chunk)) {
             char what[64];
             std::snprintf(what, sizeof what, "cannot read the flash at 0x%08X", address + done);
-            return failure(what);
+            return Output::get().fail(linkFailure(what, lastError()));
         }
     }
     for (uint32_t offset = 0; offset < count; offset += dumpWidth)
-        printDumpLine(address + offset, bytes.data() + offset, std::min(dumpWidth, count - offset));
-    return 0;
+        Output::get().result(
+            dumpLine(address + offset, bytes.data() + offset, std::min(dumpWidth, count - offset)));
+    return exitSuccess;
 }

@@ -8,6 +8,8 @@
 // Largest read `flash read` takes, so a slip of the finger cannot dump megabytes.
 inline constexpr uint32_t flashReadLimit = 65536;
 
+// The device path and the product name the board reports.
+int showInfo(const std::string &devicePath);
 // Applies output first when given, then prints the GPIO input word.
 int showGpio(const std::string &devicePath, std::optional<uint16_t> output);
 // Samples the four ADC channels once and prints their readings.

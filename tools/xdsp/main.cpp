@@ -1,46 +1,52 @@
-// xdsp: the command line for the jobs done by hand at a bench.
+// xdsp: the command line for the jobs done by hand at a bench, in CI and on a
+// production line.
 #include "audio_commands.h"
+#include "board_list.h"
 #include "board_session.h"
 #include "boot_loader_commands.h"
 #include "device_commands.h"
-#include "foreground_server.h"
-#include "serve_options.h"
-#include "text_output.h"
+#include "emulator_commands.h"
+#include "gang.h"
+#include "output.h"
+#include "platform.h"
+#include "text.h"
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <optional>
 
 namespace {
-int showInfo(const std::string &devicePath) {
-    BoardSession session(devicePath);
-    if (!session.open())
-        return 1;
-    std::optional<std::string> product = session.productName();
-    if (!product)
-        return 1;
-    std::printf("Device:  %s\n", session.path().c_str());
-    std::printf("Product: %s\n", product->c_str());
-    return 0;
-}
+struct BoardChoice {
+    std::string device;
+    std::optional<size_t> index;
+    bool all = false;
+};
 
-int listBoards() {
-    xdsp_device_record records[64];
-    uint32_t count = EnumUSBHIDDevices(0x20B1, 0xFFFF, records, 64);
-    for (uint32_t i = 0; i < count && i < 64; ++i)
-        std::printf("%u  hid %u  %s\n", records[i].matchNumber, records[i].hidIndex,
-                    toUtf8(records[i].devicePath).c_str());
-    if (count == 0)
-        std::printf("No board attached.\n");
-    return 0;
+// The device path that --index names, or --device as given (empty: the first
+// board, else the built-in emulator); none after a message.
+std::optional<std::string> chosenDevice(const BoardChoice &choice) {
+    if (!choice.index)
+        return choice.device;
+    std::vector<ListedBoard> boards = discoverBoards();
+    if (*choice.index < boards.size())
+        return boards[*choice.index].path;
+    Output::get().fail({exitNoBoard,
+                        "no board at index " + std::to_string(*choice.index) +
+                            ": `xdsp list` shows " + std::to_string(boards.size()),
+                        {},
+                        {}});
+    return std::nullopt;
 }
 
 // A hex word or address, "0x" allowed in front; none after a message.
 std::optional<uint32_t> hexArgument(const char *name, const std::string &text, uint32_t maxValue) {
     auto value = xdsp::emu::commandLine::hexValue(text, maxValue);
     if (!value)
-        std::fprintf(stderr, "xdsp: %s wants hex digits up to %X, not \"%s\"\n", name, maxValue,
-                     text.c_str());
+        Output::get().fail({exitUsage,
+                            std::string(name) + " wants hex digits up to " +
+                                formatted("%X", maxValue) + ", not \"" + text + "\"",
+                            {},
+                            {}});
     return value;
 }
 
@@ -63,30 +69,43 @@ CLI::App *addNumbered(CLI::App &audio, const char *name, const char *help, Audio
     action->add_option("N", request.number)->required()->check(CLI::Range(0, maxValue));
     return action;
 }
+
+OutputMode outputMode(bool json, bool quiet) {
+    if (json)
+        return OutputMode::json;
+    if (quiet)
+        return OutputMode::quiet;
+    return stdoutIsTerminal() ? OutputMode::terminal : OutputMode::plain;
+}
 } // namespace
 
 int main(int argc, char **argv) {
     CLI::App app{"xdsp: find, identify and drive DSP boards (or the built-in emulator)"};
     app.require_subcommand(1);
-    bool verbose = false;
+    app.footer(exitCodeHelp());
+    bool verbose = false, json = false, quiet = false;
+    BoardChoice choice;
     app.add_flag("-v,--verbose", verbose, "Print the library's debug output on stderr");
+    app.add_flag("--json", json, "One JSON object per line on stdout (see the README)");
+    app.add_flag("-q,--quiet", quiet, "Results and errors only");
+    auto *device = app.add_option("-d,--device", choice.device,
+                                  "Device path (default: the first board, else the built-in "
+                                  "emulator)");
+    auto *index = app.add_option("--index", choice.index, "The Nth board that `xdsp list` shows");
+    auto *all =
+        app.add_flag("--all", choice.all, "Every listed board at once (info, ls, upload, boot)");
+    device->excludes(index);
+    all->excludes(device)->excludes(index);
 
-    std::string devicePath;
     auto *info = app.add_subcommand("info", "Open a board and print what it reports");
-    info->add_option("-d,--device", devicePath,
-                     "Device path (default: the first board, else the built-in emulator)");
-    app.add_subcommand("list", "List the attached boards");
-
-    const std::string deviceHelp = "Device path (default: the first board, else the built-in "
-                                   "emulator, whose flash lasts only for this command)";
+    auto *list = app.add_subcommand("list", "List the attached boards and running emulators");
     auto *ls = app.add_subcommand("ls", "Identify the DSP's boot loader and list its files");
-    ls->add_option("-d,--device", devicePath, deviceHelp);
 
     UploadRequest upload;
     auto *uploadCommand = app.add_subcommand(
         "upload", "Upload a file into the board's flash, with its checksum checked");
     uploadCommand->add_option("FILE", upload.file, "The file to upload")->required();
-    uploadCommand->add_option("-i,--index", upload.index, "File index 0 to 14, or \"boot\"")
+    uploadCommand->add_option("-f,--file-index", upload.index, "File index 0 to 14, or \"boot\"")
         ->required();
     uploadCommand->add_option("-t,--type", upload.type,
                               "Data, Boot, FPGA or Link (or 0 to 3); default: the file's type");
@@ -95,21 +114,18 @@ int main(int argc, char **argv) {
                               "First byte address (default: the file's sectors if it fits, "
                               "else the first free ones)");
     uploadCommand->add_option("--end", upload.end, "Byte address where the allocation ends");
-    uploadCommand->add_option("-d,--device", devicePath, deviceHelp);
+    uploadCommand->add_flag("--if-changed", upload.ifChanged,
+                            "Send nothing when the board holds a file of the same length and "
+                            "checksum at that index");
 
     auto *boot = app.add_subcommand("boot", "Start the DSP program from flash");
-    boot->add_option("-d,--device", devicePath, deviceHelp);
 
     std::optional<std::string> gpioOutput;
     auto *gpio = app.add_subcommand("gpio", "Print the GPIO input word");
     gpio->add_option("--set", gpioOutput, "Apply this GPIO output word (hex) first");
-    gpio->add_option("-d,--device", devicePath, deviceHelp);
 
     auto *adc = app.add_subcommand("adc", "Sample the four ADC channels once and print them");
-    adc->add_option("-d,--device", devicePath, deviceHelp);
-
     auto *stat = app.add_subcommand("stat", "Print the status record of the DSP's boot loader");
-    stat->add_option("-d,--device", devicePath, deviceHelp);
 
     std::string flashAddress;
     uint32_t flashCount = 0;
@@ -120,14 +136,11 @@ int main(int argc, char **argv) {
     flashRead
         ->add_option("COUNT", flashCount, "Number of bytes, 1 to " + std::to_string(flashReadLimit))
         ->required();
-    flashRead->add_option("-d,--device", devicePath, deviceHelp);
 
     AudioRequest audioRequest;
     auto *audio = app.add_subcommand(
         "audio", "Drive the DSP's audio firmware (the built-in emulator then runs it)");
     audio->require_subcommand(1);
-    audio->fallthrough();
-    audio->add_option("-d,--device", devicePath, deviceHelp);
     addSwitch(*audio, "mute", "Mute on or off", audioRequest);
     addSwitch(*audio, "lineout", "Line output on or off", audioRequest);
     addNumbered(*audio, "source", "Select source N", audioRequest, INT32_MAX);
@@ -140,45 +153,73 @@ int main(int argc, char **argv) {
         ->add_option("BYTES", audioRequest.number,
                      "Even length, 2 to " + std::to_string(echoLimit) + " (default 64)");
 
-    xdsp::emu::commandLine::ServeSettings emulator;
-    auto *emu = app.add_subcommand(
-        "emu", "Serve an emulated board at PATH until interrupted, as xdsp-emu does");
-    xdsp::emu::commandLine::addServeOptions(*emu, emulator);
+    EmulatorRequest emulator;
+    auto *emu = app.add_subcommand("emu", "Serve an emulated board until interrupted, at PATH or "
+                                          "in the per-user runtime folder where `list` finds it");
+    addEmulatorOptions(*emu, emulator);
 
-    CLI11_PARSE(app, argc, argv);
-    if (verbose)
-        routeDebugToStderr();
-    if (info->parsed())
-        return showInfo(devicePath);
-    if (ls->parsed())
-        return listFiles(devicePath);
-    if (uploadCommand->parsed())
-        return uploadFile(devicePath, upload);
-    if (boot->parsed())
-        return bootProgram(devicePath);
-    if (gpio->parsed()) {
+    auto *udevRule =
+        app.add_subcommand("udev-rule", "Print a udev rule that lets users open the boards");
+
+    // Options of the whole tool may also follow the command, and each
+    // subcommand's words may be followed by them.
+    for (CLI::App *command : app.get_subcommands({}))
+        command->fallthrough();
+    for (CLI::App *command : {flashRead})
+        command->fallthrough();
+    for (CLI::App *command : audio->get_subcommands({}))
+        command->fallthrough();
+
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError &error) {
+        int code = app.exit(error);
+        return code == 0 ? exitSuccess : exitUsage;
+    }
+    CLI::App *command = app.get_subcommands().front();
+    Output &output = Output::get();
+    output.configure(outputMode(json, quiet), command->get_name());
+    routeLibraryMessages(verbose);
+
+    if (choice.all) {
+        if (command != info && command != ls && command != uploadCommand && command != boot)
+            return output.finish(
+                output.fail({exitUsage, "--all works with info, ls, upload and boot", {}, {}}));
+        return runOnAllBoards(argc, argv);
+    }
+    if (command == list)
+        return output.finish(listBoards());
+    if (command == udevRule)
+        return output.finish(printUdevRule());
+    if (command == emu)
+        return output.finish(runEmulator(emulator));
+
+    std::optional<std::string> path = chosenDevice(choice);
+    if (!path)
+        return output.finish(exitNoBoard);
+    if (command == info)
+        return output.finish(showInfo(*path));
+    if (command == ls)
+        return output.finish(listFiles(*path));
+    if (command == uploadCommand)
+        return output.finish(uploadFile(*path, upload));
+    if (command == boot)
+        return output.finish(bootProgram(*path));
+    if (command == gpio) {
         std::optional<uint32_t> word;
         if (gpioOutput && !(word = hexArgument("--set", *gpioOutput, 0xFFFF)))
-            return 2;
-        return showGpio(devicePath, word ? std::optional<uint16_t>(static_cast<uint16_t>(*word))
-                                         : std::nullopt);
+            return output.finish(exitUsage);
+        return output.finish(showGpio(
+            *path, word ? std::optional<uint16_t>(static_cast<uint16_t>(*word)) : std::nullopt));
     }
-    if (adc->parsed())
-        return showAdc(devicePath);
-    if (stat->parsed())
-        return showStatus(devicePath);
-    if (flash->parsed()) {
+    if (command == adc)
+        return output.finish(showAdc(*path));
+    if (command == stat)
+        return output.finish(showStatus(*path));
+    if (command == flash) {
         std::optional<uint32_t> address = hexArgument("ADDRESS", flashAddress, 0xFFFFFFFF);
-        return address ? dumpFlash(devicePath, *address, flashCount) : 2;
+        return output.finish(address ? dumpFlash(*path, *address, flashCount) : exitUsage);
     }
-    if (audio->parsed()) {
-        audioRequest.action = audio->get_subcommands().front()->get_name();
-        return runAudio(devicePath, audioRequest);
-    }
-    if (emu->parsed()) {
-        auto options = xdsp::emu::commandLine::boardOptions(emulator, "xdsp");
-        return options ? xdsp::emu::serveUntilInterrupted(*options, emulator.devicePath, "xdsp")
-                       : 2;
-    }
-    return listBoards();
+    audioRequest.action = audio->get_subcommands().front()->get_name();
+    return output.finish(runAudio(*path, audioRequest));
 }

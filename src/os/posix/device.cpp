@@ -7,6 +7,7 @@
 #include "os/report_descriptor.h"
 
 #include <atomic>
+#include <cstring>
 #include <fcntl.h>
 #include <linux/hidraw.h>
 #include <new>
@@ -211,6 +212,13 @@ bool deviceRead(Device *device, uint8_t *buffer, size_t length, size_t *received
         }
         if (count > 0) {
             *received = static_cast<size_t>(count) + (device->prependReportId ? 1u : 0u);
+            // hidraw passes on a report as short as the device sent it, and
+            // the next read would bring the next report, not the rest of this
+            // one; Windows' HID class pads it to the report length instead.
+            if (!device->isSocket) {
+                std::memset(buffer + *received, 0, length - *received);
+                *received = length;
+            }
             return true;
         }
         if (errno != EINTR && errno != EAGAIN) {

@@ -1,5 +1,6 @@
 // Manual-reset events (on Linux futexes) and the lock for the POSIX build.
 #include "os/os.h"
+#include "os/posix/failed_call.h"
 
 #include <atomic>
 #include <cerrno>
@@ -31,15 +32,21 @@ std::atomic_ref<uint32_t> waitersOf(Event *event) {
 }
 
 // Sleeps while the word still holds `expected`, until the absolute monotonic
-// deadline; false once the deadline has passed.
+// deadline; false once the deadline has passed, or when the wait cannot be
+// made at all (reported), so that a failing call never turns into a spin.
 bool futexWaitUntil(uint32_t *word, uint32_t expected, const timespec &deadline) {
     long result = syscall(SYS_futex, word, FUTEX_WAIT_BITSET_PRIVATE, expected, &deadline, nullptr,
                           FUTEX_BITSET_MATCH_ANY);
-    return result == 0 || errno != ETIMEDOUT;
+    if (result == 0 || errno == EAGAIN || errno == EINTR)
+        return true;
+    if (errno != ETIMEDOUT)
+        callSucceeded(u"futex wait", errno);
+    return false;
 }
 
 void futexWakeAll(uint32_t *word) {
-    syscall(SYS_futex, word, FUTEX_WAKE_PRIVATE, INT_MAX, nullptr, nullptr, 0);
+    if (syscall(SYS_futex, word, FUTEX_WAKE_PRIVATE, INT_MAX, nullptr, nullptr, 0) < 0)
+        callSucceeded(u"futex wake", errno);
 }
 } // namespace
 
@@ -94,23 +101,30 @@ struct Lock {
 
 Lock *lockCreate() {
     auto *lock = new (std::nothrow) Lock{};
-    if (lock != nullptr)
-        pthread_mutex_init(&lock->mutex, nullptr);
+    if (lock != nullptr &&
+        !callSucceeded(u"pthread_mutex_init", pthread_mutex_init(&lock->mutex, nullptr))) {
+        delete lock;
+        return nullptr;
+    }
     return lock;
 }
 
 void lockDelete(Lock *lock) {
     if (lock == nullptr)
         return;
-    pthread_mutex_destroy(&lock->mutex);
+    callSucceeded(u"pthread_mutex_destroy", pthread_mutex_destroy(&lock->mutex));
     delete lock;
 }
 
-void lockEnter(Lock *lock) {
-    pthread_mutex_lock(&lock->mutex);
+// The primitives the analysis takes on trust.
+void lockEnter(Lock *lock) XDSP_NO_THREAD_SAFETY_ANALYSIS {
+    if (lock != nullptr)
+        callSucceeded(u"pthread_mutex_lock", pthread_mutex_lock(&lock->mutex));
 }
-void lockLeave(Lock *lock) {
-    pthread_mutex_unlock(&lock->mutex);
+
+void lockLeave(Lock *lock) XDSP_NO_THREAD_SAFETY_ANALYSIS {
+    if (lock != nullptr)
+        callSucceeded(u"pthread_mutex_unlock", pthread_mutex_unlock(&lock->mutex));
 }
 
 } // namespace xdsp::os

@@ -1,6 +1,7 @@
 // Threads for the POSIX build. A thread that does not leave in time cannot be
 // killed safely, so it is detached and left to finish on its own.
 #include "os/os.h"
+#include "os/posix/failed_call.h"
 
 #include <new>
 #include <pthread.h>
@@ -45,17 +46,17 @@ Thread *threadStart(ThreadEntry entry, void *argument, uint32_t *errorOut) {
 bool threadJoin(Thread *thread, uint32_t timeoutMs) {
     if (!eventWait(thread->exited, timeoutMs))
         return false;
-    pthread_join(thread->handle, nullptr);
+    callSucceeded(u"pthread_join", pthread_join(thread->handle, nullptr));
     thread->handle = pthread_t{};
     return true;
 }
 
 bool threadTerminate(Thread *thread) {
     if (eventIsSet(thread->exited)) {
-        pthread_join(thread->handle, nullptr);
+        callSucceeded(u"pthread_join", pthread_join(thread->handle, nullptr));
         return true;
     }
-    pthread_detach(thread->handle);
+    callSucceeded(u"pthread_detach", pthread_detach(thread->handle));
     thread->detached = true;
     return false;
 }

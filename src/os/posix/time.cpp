@@ -1,14 +1,10 @@
-// Sleep, tick and the thread's last-error code for the POSIX build.
+// Sleep, tick and local time for the POSIX build.
 #include "os/os.h"
 
 #include <cerrno>
 #include <ctime>
 
 namespace xdsp::os {
-
-namespace {
-thread_local uint32_t threadLastError = 0;
-}
 
 void sleepMs(uint32_t milliseconds) {
     timespec remaining{static_cast<time_t>(milliseconds / 1000),
@@ -39,13 +35,6 @@ LocalTime localTime() {
 
 void callProgress(ProgressCallback callback, int32_t percent, uint32_t context) {
     callback(percent, context);
-}
-
-uint32_t lastError() {
-    return threadLastError;
-}
-void setLastError(uint32_t code) {
-    threadLastError = code;
 }
 
 } // namespace xdsp::os

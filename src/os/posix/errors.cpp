@@ -1,10 +1,13 @@
-// The Windows message texts of the codes the library reports, so that debug
-// lines read the same on every platform.
+// The thread's last-error code, and the Windows message texts of the codes the
+// library reports, so that debug lines read the same on every platform.
 #include "os/os.h"
+#include "os/posix/failed_call.h"
 
 namespace xdsp::os {
 
 namespace {
+thread_local uint32_t threadLastError = 0;
+
 struct ErrorText {
     uint32_t code;
     const char16_t *text;
@@ -48,6 +51,37 @@ bool systemErrorText(uint32_t code, Char16 *buffer, size_t capacity) {
         return true;
     }
     return false;
+}
+
+bool callSucceeded(const Char16 *call, int result) {
+    if (result == 0)
+        return true;
+    Char16 code[12];
+    size_t length = 0;
+    auto magnitude = static_cast<unsigned>(result < 0 ? -result : result);
+    do {
+        code[length++] = static_cast<Char16>(u'0' + magnitude % 10);
+        magnitude /= 10;
+    } while (magnitude != 0);
+    if (result < 0)
+        code[length++] = u'-';
+    Char16 line[12];
+    for (size_t i = 0; i < length; ++i)
+        line[i] = code[length - 1 - i];
+    line[length] = 0;
+    debugWrite(call);
+    debugWrite(u" failed, errno ");
+    debugWrite(line);
+    debugWrite(u"\n");
+    return false;
+}
+
+uint32_t lastError() {
+    return threadLastError;
+}
+
+void setLastError(uint32_t code) {
+    threadLastError = code;
 }
 
 } // namespace xdsp::os

@@ -1,0 +1,4 @@
+# find_package(xdsp 3 CONFIG REQUIRED) gives the imported target xdsp::xdsp:
+# the shared library (the DLL and its import library on Windows) with the
+# include directory that holds xdsp/xdsp.h.
+include(${CMAKE_CURRENT_LIST_DIR}/xdsp-targets.cmake)

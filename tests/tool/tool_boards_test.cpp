@@ -1,0 +1,127 @@
+// Many boards: the list, choosing one by --index, --all with one faulty board,
+// emulators in the runtime folder, the built-in emulator's kept flash, and
+// uploads skipped when nothing changed.
+#include "tool_runner.h"
+#include "xdsp/xdsp.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+using namespace xdsp;
+using namespace tooltest;
+
+namespace {
+std::string emulatorPath(unsigned number) {
+    return runtimeFolder() + "/emu-" + std::to_string(number) + ".sock";
+}
+
+// A socket file that nobody serves any more.
+void leaveStaleSocket(const std::string &path) {
+    int socketFd = socket(AF_UNIX, SOCK_SEQPACKET, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    ASSERT_EQ(bind(socketFd, reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
+    close(socketFd);
+}
+} // namespace
+
+TEST(ToolBoards, ListShowsRunningEmulatorsAndIndexChoosesOne) {
+    emu::BoardOptions first = withBootLoader(), second = withBootLoader();
+    first.productName = "First Bench";
+    second.productName = "Second Bench";
+    ServedBoard one(first, emulatorPath(1));
+    leaveStaleSocket(emulatorPath(2));
+    ServedBoard three(second, emulatorPath(3));
+    ASSERT_TRUE(one.started() && three.started());
+
+    Outcome list = runTool("list");
+    EXPECT_EQ(list.exitCode, 0) << list.text;
+    EXPECT_TRUE(contains(list, "Running emulators:")) << list.text;
+    EXPECT_FALSE(contains(list, emulatorPath(2))) << list.text;
+    size_t firstRow = list.text.find(emulatorPath(1));
+    size_t secondRow = list.text.find(emulatorPath(3));
+    ASSERT_NE(firstRow, std::string::npos) << list.text;
+    ASSERT_NE(secondRow, std::string::npos) << list.text;
+    EXPECT_LT(firstRow, secondRow);
+    // Each board's own name, though one process asked them all.
+    EXPECT_NE(list.text.find("First Bench", firstRow), std::string::npos) << list.text;
+    EXPECT_NE(list.text.find("Second Bench", secondRow), std::string::npos) << list.text;
+
+    std::string index = contains(list, "No board attached") ? "1" : "";
+    if (index.empty())
+        GTEST_SKIP() << "boards are attached; their number sets the emulators' index";
+    Outcome chosen = runTool("info --index " + index);
+    EXPECT_EQ(chosen.exitCode, 0) << chosen.text;
+    EXPECT_TRUE(contains(chosen, "Product: Second Bench")) << chosen.text;
+    EXPECT_EQ(runTool("info --index 7").exitCode, 69);
+}
+
+TEST(ToolBoards, AllRunsEveryBoardAndReportsTheFaultyOne) {
+    if (!contains(runTool("list"), "No board attached"))
+        GTEST_SKIP() << "boards are attached";
+    emu::BoardOptions faulty = withBootLoader();
+    faulty.bootLoader->faults.wrongChecksumReplies = emu::always;
+    ServedBoard one(withBootLoader(), emulatorPath(1));
+    ServedBoard two(faulty, emulatorPath(2));
+    ServedBoard three(withBootLoader(), emulatorPath(3));
+    ASSERT_TRUE(one.started() && two.started() && three.started());
+    TestFile file(4000, 9);
+
+    Outcome upload = runTool("upload " + file.path() + " -f 0 --all");
+    EXPECT_EQ(upload.exitCode, 65) << upload.text;
+    // Each board's lines carry its name.
+    EXPECT_TRUE(contains(upload, "[" + emulatorPath(1) + "] Uploaded 4000 bytes")) << upload.text;
+    EXPECT_TRUE(contains(upload, "[" + emulatorPath(2) + "] xdsp: checksum differs"))
+        << upload.text;
+    std::vector<std::string> rows;
+    for (const std::string &line : lines(upload.text))
+        if (line.rfind(runtimeFolder(), 0) == 0)
+            rows.push_back(line);
+    ASSERT_EQ(rows.size(), 3u) << upload.text;
+    EXPECT_NE(rows[0].find("  ok"), std::string::npos) << rows[0];
+    EXPECT_NE(rows[1].find("exit 65: checksum differs"), std::string::npos) << rows[1];
+    EXPECT_NE(rows[2].find("  ok"), std::string::npos) << rows[2];
+    EXPECT_GT(three.dataPackets(), 0u);
+}
+
+TEST(ToolBoards, IfChangedSendsNothingForTheSameFile) {
+    ServedBoard served(withBootLoader());
+    ASSERT_TRUE(served.started());
+    TestFile file(9000, 13), changed(9000, 17);
+    EXPECT_EQ(served.run("upload " + file.path() + " -f 6 --if-changed").exitCode, 0);
+    uint32_t sent = served.dataPackets();
+    EXPECT_GT(sent, 0u);
+
+    Outcome again = served.run("upload " + file.path() + " -f 6 --if-changed");
+    EXPECT_EQ(again.exitCode, 0) << again.text;
+    EXPECT_TRUE(contains(again, "file 6 unchanged, skipped")) << again.text;
+    EXPECT_EQ(served.dataPackets(), sent);
+
+    // Same length, other bytes; and the same bytes at another index.
+    EXPECT_EQ(served.run("upload " + changed.path() + " -f 6 --if-changed").exitCode, 0);
+    EXPECT_GT(served.dataPackets(), sent);
+    sent = served.dataPackets();
+    EXPECT_EQ(served.run("upload " + changed.path() + " -f 7 --if-changed").exitCode, 0);
+    EXPECT_GT(served.dataPackets(), sent);
+}
+
+TEST(ToolBoards, BuiltInEmulatorKeepsItsFlashUntilReset) {
+    if (!contains(runTool("list"), "No board attached"))
+        GTEST_SKIP() << "a board is attached";
+    TestFile file(1500, 3);
+    Outcome upload = runTool("upload " + file.path() + " -f 5 -n kept.bin");
+    EXPECT_EQ(upload.exitCode, 0) << upload.text;
+    EXPECT_TRUE(contains(upload, "using the built-in emulator")) << upload.text;
+    Outcome ls = runTool("ls");
+    EXPECT_TRUE(contains(ls, "kept.bin")) << ls.text;
+
+    Outcome reset = runTool("emu --reset-flash");
+    EXPECT_EQ(reset.exitCode, 0) << reset.text;
+    EXPECT_TRUE(contains(reset, "Cleared the built-in emulator's flash")) << reset.text;
+    Outcome empty = runTool("ls");
+    EXPECT_TRUE(contains(empty, "No files.")) << empty.text;
+}

@@ -1,0 +1,140 @@
+// The tool's four output modes: a terminal, a pipe, JSON lines and quiet.
+#include "tool_runner.h"
+#include "xdsp/xdsp.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <fstream>
+#include <iterator>
+
+using namespace xdsp;
+using namespace tooltest;
+
+namespace {
+std::vector<nlohmann::json> jsonLines(const std::string &text) {
+    std::vector<nlohmann::json> events;
+    for (const std::string &line : lines(text))
+        events.push_back(nlohmann::json::parse(line)); // throws on a line that is not JSON
+    return events;
+}
+
+std::vector<uint8_t> contentsOf(const std::string &path) {
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+} // namespace
+
+TEST(ToolOutput, TerminalRedrawsTheBarInPlaceOnlyWhenItChanges) {
+    ServedBoard served(withBootLoader());
+    ASSERT_TRUE(served.started());
+    TestFile file(6000, 3);
+    Outcome upload = runToolOnTerminal("upload " + file.path() + " -f 1 -d " + served.path());
+    EXPECT_EQ(upload.exitCode, 0) << upload.text;
+    const std::string redraw = "\r\033[K";
+    std::vector<std::string> drawn;
+    for (size_t at = upload.text.find(redraw); at != std::string::npos;) {
+        size_t next = upload.text.find(redraw, at + redraw.size());
+        size_t end = std::min(next, upload.text.find('\n', at));
+        drawn.push_back(upload.text.substr(at + redraw.size(), end - at - redraw.size()));
+        at = next;
+    }
+    ASSERT_GE(drawn.size(), 5u) << upload.text;
+    for (size_t i = 1; i < drawn.size(); ++i)
+        EXPECT_NE(drawn[i], drawn[i - 1]) << "drawn twice alike";
+    EXPECT_NE(drawn.front().find("Uploading ["), std::string::npos) << drawn.front();
+    EXPECT_NE(drawn.back().find("100%"), std::string::npos) << drawn.back();
+    EXPECT_NE(drawn.back().find("/s"), std::string::npos) << drawn.back();
+    EXPECT_NE(drawn.back().find("left"), std::string::npos) << drawn.back();
+    EXPECT_TRUE(contains(upload, "Uploaded 6000 bytes as file 1")) << upload.text;
+}
+
+TEST(ToolOutput, PipeGetsPlainLinesAndQuietOnlyTheResult) {
+    ServedBoard served(withBootLoader());
+    ASSERT_TRUE(served.started());
+    TestFile file(3000, 5);
+    Outcome upload = served.run("upload " + file.path() + " -f 2");
+    EXPECT_EQ(upload.exitCode, 0) << upload.text;
+    EXPECT_EQ(upload.text.find('\r'), std::string::npos);
+    EXPECT_EQ(upload.text.find('\033'), std::string::npos);
+    int steps = 0, lastPercent = -1;
+    for (const std::string &line : lines(upload.text)) {
+        int percent = 0;
+        if (std::sscanf(line.c_str(), "upload %d%%", &percent) != 1)
+            continue;
+        EXPECT_GT(percent, lastPercent) << line; // one line per step, never repeated
+        EXPECT_NE(line.find("B/s"), std::string::npos) << line;
+        lastPercent = percent;
+        ++steps;
+    }
+    EXPECT_GE(steps, 10) << upload.text;
+    EXPECT_EQ(lastPercent, 100);
+
+    Outcome quiet = served.run("--quiet upload " + file.path() + " -f 2");
+    EXPECT_EQ(quiet.exitCode, 0) << quiet.text;
+    EXPECT_EQ(lines(quiet.text).size(), 1u) << quiet.text;
+    EXPECT_TRUE(contains(quiet, "Uploaded 3000 bytes as file 2")) << quiet.text;
+}
+
+TEST(ToolOutput, JsonLinesAgreeWithWhatTheLibraryReports) {
+    ServedBoard served(withBootLoader());
+    ASSERT_TRUE(served.started());
+    TestFile file(5000, 11);
+    Outcome upload =
+        served.run("upload " + file.path() + " -f 4 -n json.bin --json", Capture::outputOnly);
+    ASSERT_EQ(upload.exitCode, 0) << upload.text;
+    std::vector<nlohmann::json> events = jsonLines(upload.text);
+    ASSERT_FALSE(events.empty());
+    int lastPercent = -1;
+    for (size_t i = 0; i + 1 < events.size(); ++i) {
+        EXPECT_EQ(events[i]["event"], "progress") << events[i];
+        EXPECT_EQ(events[i]["board"], served.path());
+        EXPECT_GT(events[i]["percent"].get<int>(), lastPercent);
+        lastPercent = events[i]["percent"].get<int>();
+        EXPECT_LE(events[i]["bytes"].get<uint64_t>(), 5000u);
+    }
+    const nlohmann::json &result = events.back();
+    EXPECT_EQ(result["event"], "result");
+    EXPECT_EQ(result["command"], "upload");
+    EXPECT_EQ(result["exit_code"], 0);
+    EXPECT_EQ(result["skipped"], false);
+    std::vector<uint8_t> data = contentsOf(file.path());
+    EXPECT_EQ(result["checksum"].get<uint16_t>(),
+              BootLoader_ComputeFileChecksum(data.data(), static_cast<uint32_t>(data.size())));
+
+    Outcome ls = served.run("ls --json", Capture::outputOnly);
+    ASSERT_EQ(ls.exitCode, 0) << ls.text;
+    std::vector<nlohmann::json> listed = jsonLines(ls.text);
+    ASSERT_EQ(listed.size(), 1u) << ls.text;
+    const nlohmann::json &files = listed[0]["files"];
+    ASSERT_EQ(files.size(), 1u) << ls.text;
+
+    // The same board read by the library in this process.
+    std::u16string path(served.path().begin(), served.path().end());
+    ASSERT_TRUE(InitializeHIDUSBPacketPath(path.c_str()));
+    ASSERT_TRUE(BootLoader_Init(2, 2));
+    uint16_t type = 0;
+    uint32_t start = 0, end = 0, written = 0;
+    char16_t name[64] = {};
+    double created = 0, modified = 0;
+    ASSERT_TRUE(
+        BootLoader_GetFileDesc(4, &type, &start, &end, &written, name, 64, &created, &modified));
+    EXPECT_EQ(listed[0]["boot_loader"]["flash_bytes"].get<uint32_t>(), BootLoader_GetMemory());
+    DestroyHIDUSBPacket();
+    EXPECT_EQ(files[0]["index"], 4);
+    EXPECT_EQ(files[0]["start"].get<uint32_t>(), start);
+    EXPECT_EQ(files[0]["end"].get<uint32_t>(), end);
+    EXPECT_EQ(files[0]["written_bytes"].get<uint32_t>(), written);
+    EXPECT_EQ(files[0]["name"], "json.bin");
+    EXPECT_EQ(files[0]["type"], "Data");
+
+    Outcome absent = runTool("--json info -d " + served.path() + "-gone", Capture::outputOnly);
+    EXPECT_EQ(absent.exitCode, 69);
+    std::vector<nlohmann::json> failed = jsonLines(absent.text);
+    ASSERT_EQ(failed.size(), 2u) << absent.text;
+    EXPECT_EQ(failed[0]["event"], "error");
+    EXPECT_EQ(failed[0]["code"], 2);
+    EXPECT_EQ(failed[0]["text"], "no board answered at " + served.path() + "-gone");
+    EXPECT_EQ(failed[1]["event"], "result");
+    EXPECT_EQ(failed[1]["exit_code"], 69);
+}

@@ -1,0 +1,22 @@
+// What the tool needs from the system: terminals, per-user folders, the
+// endpoints of running emulators, and its own executable.
+#pragma once
+
+#include <string>
+#include <vector>
+
+bool stdoutIsTerminal();
+// The per-user folder for emulator endpoints ($XDG_RUNTIME_DIR/xdsp, else
+// /tmp/xdsp-UID), created with owner-only access; empty when it cannot be.
+std::string runtimeFolder();
+// The built-in emulator's flash between commands ($XDG_STATE_HOME/xdsp, else
+// ~/.local/state/xdsp, file builtin-flash.img); the folder is created.
+std::string builtInFlashImage();
+// Where `xdsp emu` serves its Nth emulator (from 1).
+std::string emulatorEndpoint(unsigned number);
+// Endpoints in the runtime folder that may hold a running emulator, in order.
+std::vector<std::string> emulatorEndpoints();
+// A private endpoint for the built-in emulator of this process.
+std::string builtInEndpoint();
+// This program's path, for starting copies of itself.
+std::string selfExecutable();

@@ -1,0 +1,105 @@
+#include "platform.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <dirent.h>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+bool makeFolder(const std::string &path, mode_t mode) {
+    if (mkdir(path.c_str(), mode) == 0)
+        return true;
+    struct stat info {};
+    return errno == EEXIST && stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+// Creates each missing folder of path, as mkdir -p.
+bool makeFolders(const std::string &path, mode_t mode) {
+    for (size_t slash = path.find('/', 1); slash != std::string::npos;
+         slash = path.find('/', slash + 1))
+        makeFolder(path.substr(0, slash), mode);
+    return makeFolder(path, mode);
+}
+
+std::string homeFolder() {
+    const char *home = std::getenv("HOME");
+    if (home != nullptr && *home != 0)
+        return home;
+    const passwd *entry = getpwuid(getuid());
+    return entry != nullptr ? entry->pw_dir : "/tmp";
+}
+
+const char *environment(const char *name) {
+    const char *value = std::getenv(name);
+    return value != nullptr && *value != 0 ? value : nullptr;
+}
+
+bool endsWith(const std::string &text, const std::string &end) {
+    return text.size() >= end.size() &&
+           text.compare(text.size() - end.size(), end.size(), end) == 0;
+}
+} // namespace
+
+bool stdoutIsTerminal() {
+    return isatty(STDOUT_FILENO) != 0;
+}
+
+std::string runtimeFolder() {
+    const char *runtime = environment("XDG_RUNTIME_DIR");
+    std::string folder = runtime != nullptr ? std::string(runtime) + "/xdsp"
+                                            : "/tmp/xdsp-" + std::to_string(getuid());
+    if (!makeFolders(folder, 0700))
+        return {};
+    // A shared /tmp could hand us a folder someone else made.
+    struct stat info {};
+    if (stat(folder.c_str(), &info) != 0 || info.st_uid != getuid())
+        return {};
+    return folder;
+}
+
+std::string builtInFlashImage() {
+    const char *state = environment("XDG_STATE_HOME");
+    std::string folder =
+        (state != nullptr ? std::string(state) : homeFolder() + "/.local/state") + "/xdsp";
+    makeFolders(folder, 0700);
+    return folder + "/builtin-flash.img";
+}
+
+std::string emulatorEndpoint(unsigned number) {
+    return runtimeFolder() + "/emu-" + std::to_string(number) + ".sock";
+}
+
+std::vector<std::string> emulatorEndpoints() {
+    std::vector<std::string> endpoints;
+    std::string folder = runtimeFolder();
+    DIR *directory = folder.empty() ? nullptr : opendir(folder.c_str());
+    if (directory == nullptr)
+        return endpoints;
+    while (const dirent *entry = readdir(directory)) {
+        std::string name = entry->d_name;
+        if (name.rfind("emu-", 0) == 0 && endsWith(name, ".sock"))
+            endpoints.push_back(folder + "/" + name);
+    }
+    closedir(directory);
+    // emu-2 before emu-10.
+    std::sort(endpoints.begin(), endpoints.end(), [](const std::string &a, const std::string &b) {
+        return a.size() != b.size() ? a.size() < b.size() : a < b;
+    });
+    return endpoints;
+}
+
+std::string builtInEndpoint() {
+    std::string folder = runtimeFolder();
+    return (folder.empty() ? "/tmp" : folder) + "/builtin-" + std::to_string(getpid()) + ".sock";
+}
+
+std::string selfExecutable() {
+    char path[4096];
+    ssize_t length = readlink("/proc/self/exe", path, sizeof path - 1);
+    if (length <= 0)
+        return "xdsp";
+    return std::string(path, static_cast<size_t>(length));
+}

@@ -1,0 +1,66 @@
+#include "platform.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <direct.h>
+#include <fcntl.h>
+#include <io.h>
+#include <windows.h>
+
+namespace {
+constexpr unsigned endpointLimit = 16; // pipes cannot be listed, only tried
+
+// The user's name as a pipe name may carry it.
+std::string userName() {
+    char name[256] = {};
+    DWORD length = sizeof name;
+    if (!GetUserNameA(name, &length))
+        return "user";
+    std::string text = name;
+    for (char &c : text)
+        if (c == '\\' || c == '/' || c == ' ')
+            c = '_';
+    return text;
+}
+} // namespace
+
+bool stdoutIsTerminal() {
+    if (_isatty(_fileno(stdout)) != 0)
+        return true;
+    // Off a terminal the lines end in a bare line feed, as everywhere else.
+    _setmode(_fileno(stdout), _O_BINARY);
+    _setmode(_fileno(stderr), _O_BINARY);
+    return false;
+}
+
+std::string runtimeFolder() {
+    return "\\\\.\\pipe";
+}
+
+std::string builtInFlashImage() {
+    const char *local = std::getenv("LOCALAPPDATA");
+    std::string folder = std::string(local != nullptr && *local != 0 ? local : ".") + "\\xdsp";
+    _mkdir(folder.c_str());
+    return folder + "\\builtin-flash.img";
+}
+
+std::string emulatorEndpoint(unsigned number) {
+    return "\\\\.\\pipe\\xdsp-" + userName() + "-emu-" + std::to_string(number);
+}
+
+std::vector<std::string> emulatorEndpoints() {
+    std::vector<std::string> endpoints;
+    for (unsigned number = 1; number <= endpointLimit; ++number)
+        endpoints.push_back(emulatorEndpoint(number));
+    return endpoints;
+}
+
+std::string builtInEndpoint() {
+    return "\\\\.\\pipe\\xdsp-" + userName() + "-builtin-" + std::to_string(GetCurrentProcessId());
+}
+
+std::string selfExecutable() {
+    char path[MAX_PATH] = {};
+    DWORD length = GetModuleFileNameA(nullptr, path, MAX_PATH);
+    return length > 0 && length < MAX_PATH ? std::string(path, length) : "xdsp.exe";
+}
