@@ -1,6 +1,7 @@
 // The link test: the caller's bytes go to the audio firmware and must come
 // back unchanged; where they do not, both sides are dumped from the first
 // difference on.
+#include "audio/audio_commands.h"
 #include "audio/user_command.h"
 #include "bootloader/framing.h"
 #include "frame/bounded_string.h"
@@ -8,6 +9,8 @@
 #include "os/os.h"
 
 #include <cstring>
+
+namespace xdsp::audio {
 
 namespace {
 constexpr uint32_t maxEchoLength = 400;
@@ -20,19 +23,17 @@ constexpr size_t dumpChars = 256;
 constexpr uint32_t dumpMaxBytes = 20;
 
 // "%3d: " and up to 20 bytes from index first, as three debug pieces after label.
-void dumpFrom(const xdsp::Char16 *label, const uint8_t *bytes, uint32_t first, uint32_t count) {
-    xdsp::Char16 line[dumpChars];
-    size_t length = xdsp::boundedFormat(line, dumpChars, WIDE("%3d: "), static_cast<int>(first));
+void dumpFrom(const Char16 *label, const uint8_t *bytes, uint32_t first, uint32_t count) {
+    Char16 line[dumpChars];
+    size_t length = boundedFormat(line, dumpChars, WIDE("%3d: "), static_cast<int>(first));
     for (uint32_t j = 0; first + j < count && j < dumpMaxBytes; ++j)
-        length += xdsp::boundedFormat(line + length, dumpChars - length, WIDE("%02X "),
-                                      static_cast<unsigned>(bytes[first + j]));
-    xdsp::debugWrite(label);
-    xdsp::debugWrite(line);
-    xdsp::debugWrite(WIDE("\r\n"));
+        length += boundedFormat(line + length, dumpChars - length, WIDE("%02X "),
+                                static_cast<unsigned>(bytes[first + j]));
+    debugWrite(label);
+    debugWrite(line);
+    debugWrite(WIDE("\r\n"));
 }
 } // namespace
-
-namespace xdsp::audio {
 
 bool echoMatches(const uint8_t *echoed, const uint8_t *data, uint32_t count) {
     uint32_t first = 0;
@@ -45,20 +46,18 @@ bool echoMatches(const uint8_t *echoed, const uint8_t *data, uint32_t count) {
     return false;
 }
 
-} // namespace xdsp::audio
-
-extern "C" XDSP_EXPORT xdsp_bool XDSP_API Halvio_Echo(const uint8_t *data, uint32_t length) {
-    using namespace xdsp::bootloader;
+bool echo(const uint8_t *data, uint32_t length) {
+    using namespace bootloader;
     if (length > maxEchoLength)
-        return 0;
+        return false;
     // NULL data with a byte to send is refused like any other NULL buffer with
     // one; a length of 0 or 1 reads no byte, so its empty echo still runs.
     if (data == nullptr && length >= 2) {
-        xdsp::os::setLastError(xdsp::os::error::invalidParameter);
-        return 0;
+        os::setLastError(os::error::invalidParameter);
+        return false;
     }
-    xdsp::bootloader::flush();
-    xdsp::debugWrite(WIDE("Echo:\r\n"));
+    flush();
+    debugWrite(WIDE("Echo:\r\n"));
 
     // compat: whole 16-bit words only (an odd last byte is neither sent nor
     // compared); the bytes go as they are, not pair-swapped.
@@ -71,5 +70,7 @@ extern "C" XDSP_EXPORT xdsp_bool XDSP_API Halvio_Echo(const uint8_t *data, uint3
     directExchange(settingEcho, packet, static_cast<uint32_t>(packetHeadBytes + even), reply,
                    even + dataOffset);
 
-    return xdsp::audio::echoMatches(reply + dataOffset, data, even) ? 1 : 0;
+    return echoMatches(reply + dataOffset, data, even);
 }
+
+} // namespace xdsp::audio

@@ -1,4 +1,5 @@
 #include "bootloader/checksum.h"
+#include "bootloader/file_system.h"
 #include "bootloader/file_table.h"
 
 #include "xdsp/xdsp.h"
@@ -12,23 +13,20 @@ uint16_t byteSum(const uint8_t *data, size_t length) {
     return static_cast<uint16_t>(sum & 0xFFFF);
 }
 
-} // namespace xdsp::bootloader
-
-extern "C" {
-
-XDSP_EXPORT uint16_t XDSP_API BootLoader_ComputeFileChecksum(const uint8_t *data, uint32_t length) {
+uint16_t dataChecksum(const uint8_t *data, uint32_t length) {
     // No data to sum: the sum of nothing.
     if (data == nullptr)
         return 0;
-    return xdsp::bootloader::byteSum(data, length);
+    return byteSum(data, length);
 }
 
-XDSP_EXPORT uint16_t XDSP_API BootLoader_GetFileChecksum(int32_t fileIndex) {
+uint16_t fileChecksum(int32_t fileIndex) {
     // compat: an index past the table reads as checksum 0xFFFF, not as an error;
     // a negative one is asked for as it converts, since only the upper bound
     // was ever checked.
     if (fileIndex >= XDSP_MAX_FILES && fileIndex != XDSP_BOOT_FILE_NUMBER)
         return 0xFFFF;
-    return XMOSBoot_GetChecksum(static_cast<uint32_t>(fileIndex));
+    return checksumOf(static_cast<uint32_t>(fileIndex));
 }
-}
+
+} // namespace xdsp::bootloader

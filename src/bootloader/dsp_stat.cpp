@@ -5,6 +5,8 @@
 
 #include <cstring>
 
+namespace xdsp::bootloader {
+
 namespace {
 constexpr uint8_t statCommand[4] = {'S', 'T', 'A', 'T'};
 constexpr uint8_t statPadding[4] = {};
@@ -31,8 +33,6 @@ void alignRecord(uint8_t *work) {
 }
 } // namespace
 
-namespace xdsp::bootloader {
-
 bool decodeStatRecord(uint8_t *work, bool prefixed, uint32_t *status) {
     if (prefixed)
         alignRecord(work);
@@ -44,11 +44,8 @@ bool decodeStatRecord(uint8_t *work, bool prefixed, uint32_t *status) {
     return true;
 }
 
-} // namespace xdsp::bootloader
-
-extern "C" XDSP_EXPORT xdsp_bool XDSP_API XMOS_DSP_STAT(uint32_t *status) {
-    using namespace xdsp::bootloader;
-    uint32_t start = xdsp::os::tickMs();
+bool dspStatus(uint32_t *status) {
+    uint32_t start = os::tickMs();
     uint8_t work[statWorkBytes] = {};
     uint16_t mask = busyMask();
     bool prefixed = readPrefixOn();
@@ -64,7 +61,9 @@ extern "C" XDSP_EXPORT xdsp_bool XDSP_API XMOS_DSP_STAT(uint32_t *status) {
     // compat: an answer after 2500 ms is refused although the busy wait may last
     // 3000 ms. Measured as elapsed time so that a tick count wrapping mid-query
     // cannot pass a slow answer.
-    if (xdsp::os::tickMs() - start >= answerLimitMs)
-        return 0;
-    return decodeStatRecord(work, prefixed, status) ? 1 : 0;
+    if (os::tickMs() - start >= answerLimitMs)
+        return false;
+    return decodeStatRecord(work, prefixed, status);
 }
+
+} // namespace xdsp::bootloader

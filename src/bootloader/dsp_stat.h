@@ -14,4 +14,8 @@ inline constexpr size_t statWorkBytes = 148;
 // not null). Changes work.
 bool decodeStatRecord(uint8_t *work, bool prefixed, uint32_t *status);
 
+// Asks for the record: the DSP's 16 status words; false when the record did
+// not come or came late.
+bool dspStatus(uint32_t *status);
+
 } // namespace xdsp::bootloader

@@ -1,4 +1,5 @@
 // Storing a file's name and dates: first in the file table, then on the board.
+#include "bootloader/file_system.h"
 #include "bootloader/file_table.h"
 #include "bootloader/framing.h"
 #include "frame/bounded_string.h"
@@ -45,23 +46,20 @@ bool exchangeOnce(const Char16 *text) {
 }
 } // namespace
 
-} // namespace xdsp::bootloader
-
-extern "C" XDSP_EXPORT xdsp_bool XDSP_API XMOSBoot_SetFileNameDate(uint32_t fileIndex,
-                                                                   const xdsp_char16 *name,
-                                                                   double date) {
-    using namespace xdsp::bootloader;
+bool setFileNameDate(uint32_t fileIndex, const Char16 *name, double date) {
     // The table holds 15 descriptors; any other index is refused before
     // anything is touched or sent.
     if (fileIndex >= fileCount)
-        return 0;
+        return false;
     FileDescriptor &descriptor = fileTable[fileIndex];
     updateDescriptor(&descriptor, name, date);
     uint8_t block[blockBytes];
     buildNameDateBlock(descriptor, block);
-    xdsp::Char16 text[commandTextChars];
+    Char16 text[commandTextChars];
     commandText(text, fileIndex + 1, block);
     if (exchangeOnce(text))
-        return 1;
-    return exchangeOnce(text) ? 1 : 0;
+        return true;
+    return exchangeOnce(text);
 }
+
+} // namespace xdsp::bootloader

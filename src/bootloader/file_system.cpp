@@ -1,5 +1,6 @@
 // The flash file system's commands: one boot-loader command each, judged by
 // the code the boot loader echoes.
+#include "bootloader/file_system.h"
 #include "bootloader/framing.h"
 #include "frame/bounded_string.h"
 #include "frame/debug.h"
@@ -69,23 +70,14 @@ void readReply(uint16_t mask, uint8_t *reply, uint32_t replyLength) {
 }
 } // namespace
 
-} // namespace xdsp::bootloader
-
-using namespace xdsp::bootloader;
-
-extern "C" {
-
-XDSP_EXPORT xdsp_bool XDSP_API XMOSBoot_EraseFile(uint32_t fileIndex) {
+bool eraseFile(uint32_t fileIndex) {
     uint16_t number = fileNumber(fileIndex);
     uint8_t reply[replyBytes];
     return standardCommand(0x2D, reply, 12, WIDE("BOOT\\x2D\\x01\\x%02X\\x%02X"), number >> 8,
-                           number & 0xFF)
-               ? 1
-               : 0;
+                           number & 0xFF);
 }
 
-XDSP_EXPORT xdsp_bool XDSP_API XMOSBoot_AllocateFile(uint32_t fileIndex, uint32_t startAddress,
-                                                     uint32_t endAddress) {
+bool allocateFile(uint32_t fileIndex, uint32_t startAddress, uint32_t endAddress) {
     uint16_t number = fileNumber(fileIndex);
     uint32_t startSector = startAddress >> 12;
     uint32_t sectorCount = (endAddress >> 12) - startSector;
@@ -93,104 +85,103 @@ XDSP_EXPORT xdsp_bool XDSP_API XMOSBoot_AllocateFile(uint32_t fileIndex, uint32_
     return standardCommand(0x2A, reply, 12,
                            WIDE("BOOT\\x2A\\x03\\x%02X\\x%02X\\x%02X\\x%02X\\x%02X\\x%02X"),
                            number >> 8, number & 0xFF, (startSector >> 8) & 0xFF,
-                           startSector & 0xFF, (sectorCount >> 8) & 0xFF, sectorCount & 0xFF)
-               ? 1
-               : 0;
+                           startSector & 0xFF, (sectorCount >> 8) & 0xFF, sectorCount & 0xFF);
 }
 
-XDSP_EXPORT xdsp_bool XDSP_API XMOSBoot_SetFileType(uint32_t fileIndex, int16_t type) {
+bool setFileType(uint32_t fileIndex, int16_t type) {
     // A file number past one byte, or a negative type, would format into
     // something else than the command: refused, nothing sent. A type above
     // 255 goes out as it formats, its third digit as a byte of its own.
     uint32_t number = fileIndex + 1;
     if (fileIndex > 0xFE || type < 0)
-        return 0;
+        return false;
     uint8_t reply[replyBytes];
     if (standardCommand(0x28, reply, 14, WIDE("BOOT\\x28\\x02\\x00\\x%02X\\x00\\x%02X"), number,
                         static_cast<unsigned>(type)))
-        return 1;
+        return true;
     dumpBootReply(0x28, 0x28, 6, reply, 14);
-    return 0;
+    return false;
 }
 
-XDSP_EXPORT xdsp_bool XDSP_API XMOSBoot_Commit(void) {
+bool commit() {
     uint8_t reply[replyBytes];
     if (standardCommand(0x33, reply, 8, WIDE("BOOT\\x33\\x00")))
-        return 1;
+        return true;
     dumpBootReply(0x33, 0x33, 6, reply, 8);
-    return 0;
+    return false;
 }
 
-XDSP_EXPORT xdsp_bool XDSP_API XMOSBoot_Run(void) {
+bool run() {
     uint8_t command[commandBytes];
     uint32_t length = static_cast<uint32_t>(encodeBootCommand(command, WIDE("BOOT\\x03\\x00")));
     standardExchange(command, length, nullptr, 0);
     // compat: always 1: the command has no answer to judge.
-    return 1;
+    return true;
 }
 
-XDSP_EXPORT xdsp_bool XDSP_API XMOSBoot_FormatBootFile(int32_t value) {
+bool formatBootFile(int32_t value) {
     flush();
     uint8_t reply[replyBytes] = {};
     uint8_t command[8];
     rawCommand(command, 0x3A, static_cast<uint16_t>(value & 0xFFFF));
     slowExchange(command, sizeof command, reply, slowReplyLength);
-    return acknowledgedOrDumped(0x3A, reply, slowReplyLength) ? 1 : 0;
+    return acknowledgedOrDumped(0x3A, reply, slowReplyLength);
 }
 
-XDSP_EXPORT xdsp_bool XDSP_API XMOSBoot_CloseFile(uint32_t fileIndex) {
+bool closeFile(uint32_t fileIndex) {
     // compat: flush, 2000 ms, flush before every close: the settling time the boot
     // loader has always been given after the last packet.
     flush();
-    xdsp::os::sleepMs(closePauseMs);
+    os::sleepMs(closePauseMs);
     flush();
     uint8_t reply[replyBytes] = {};
     uint8_t command[8];
     rawCommand(command, 0x32, closingNumber(fileIndex));
     // compat: the same text whatever the file, as logs have always shown it.
-    xdsp::debugWrite(WIDE("Send SPI Command: BOOT\\x32\\x01\\x00\\x01\n"));
+    debugWrite(WIDE("Send SPI Command: BOOT\\x32\\x01\\x00\\x01\n"));
     slowExchange(command, sizeof command, reply, slowReplyLength);
     if (reply[echoOffset] == 0x32)
-        return 1;
+        return true;
     // At once, without a flush, and over the first reply's bytes.
     slowExchange(command, sizeof command, reply, slowReplyLength);
-    return acknowledgedOrDumped(0x32, reply, slowReplyLength) ? 1 : 0;
+    return acknowledgedOrDumped(0x32, reply, slowReplyLength);
 }
 
-XDSP_EXPORT xdsp_bool XDSP_API XMOSBoot_FormatFile(uint32_t fileIndex) {
+bool formatFile(uint32_t fileIndex) {
     flush();
     uint8_t reply[replyBytes] = {};
     uint8_t command[8];
     rawCommand(command, 0x30, fileNumber(fileIndex));
     // compat: the same text whatever the file, as logs have always shown it.
-    xdsp::debugWrite(WIDE("Send SPI Command: BOOT\\x30\\x01\\x00\\x01\n"));
+    debugWrite(WIDE("Send SPI Command: BOOT\\x30\\x01\\x00\\x01\n"));
     transfer(0, settingSlow, command, sizeof command, nullptr, 0);
     // compat: erasing flash takes seconds; the busy line is looked at once a second
     // (at most 60), so the format lasts whole seconds and logs them.
     uint32_t seconds = 0;
     while (bootLoaderBusy() && seconds < formatSecondsLimit) {
-        xdsp::os::sleepMs(1000);
+        os::sleepMs(1000);
         ++seconds;
     }
-    xdsp::debugFormat(WIDE("Format took %d seconds...\n"), static_cast<int>(seconds));
+    debugFormat(WIDE("Format took %d seconds...\n"), static_cast<int>(seconds));
     if (readPrefixOn())
         waitWhileBootLoaderBusy(busyMask());
     readReply(busyMask(), reply, slowReplyLength);
-    return acknowledgedOrDumped(0x30, reply, slowReplyLength) ? 1 : 0;
+    return acknowledgedOrDumped(0x30, reply, slowReplyLength);
 }
 
-XDSP_EXPORT uint16_t XDSP_API XMOSBoot_GetChecksum(uint32_t fileIndex) {
+uint16_t checksumOf(uint32_t fileIndex) {
     uint8_t reply[replyBytes] = {};
     uint8_t command[8];
     rawCommand(command, 0x29, closingNumber(fileIndex));
     // compat: the same text whatever the file, as logs have always shown it.
-    xdsp::debugWrite(WIDE("Send SPI Command: BOOT\\x29\\x01\\x00\\x01\n"));
+    debugWrite(WIDE("Send SPI Command: BOOT\\x29\\x01\\x00\\x01\n"));
     transfer(0, settingSlow, command, sizeof command, nullptr, 0);
     for (uint32_t polls = 0; bootLoaderBusy() && polls < checksumPolls; ++polls)
-        xdsp::os::sleepMs(checksumPollMs);
+        os::sleepMs(checksumPollMs);
     readReply(0, reply, 12);
     // compat: the echo is not looked at, so an unanswered request reads as checksum 0;
     // the upload asks again on 0.
     return bigEndian16(reply + 10);
 }
-}
+
+} // namespace xdsp::bootloader

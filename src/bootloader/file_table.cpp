@@ -155,10 +155,7 @@ void readRecord(unsigned fileNumber, FileDescriptor *descriptor) {
 }
 } // namespace
 
-} // namespace xdsp::bootloader
-
-extern "C" XDSP_EXPORT xdsp_bool XDSP_API XMOSBoot_BuildFAI(void) {
-    using namespace xdsp::bootloader;
+bool buildFileTable() {
     for (int i = 0; i < 3; ++i)
         flush();
     std::memset(fileTable, 0, sizeof fileTable);
@@ -169,12 +166,14 @@ extern "C" XDSP_EXPORT xdsp_bool XDSP_API XMOSBoot_BuildFAI(void) {
             reportTableFailure(reply);
             // compat: shown whatever BootLoader_Send's show-errors flag says, with no
             // caption (the system's default one), as it has always been shown.
-            xdsp::os::messageBox(WIDE("FAI Error"), nullptr, xdsp::os::messageStyle::exclamation);
-            return 0;
+            os::messageBox(WIDE("FAI Error"), nullptr, os::messageStyle::exclamation);
+            return false;
         }
     }
     decodeAllocationTable(reply);
     for (unsigned number = 1; number <= fileCount; ++number)
         readRecord(number, &fileTable[number - 1]);
-    return 1;
+    return true;
 }
+
+} // namespace xdsp::bootloader

@@ -27,6 +27,10 @@ struct FileDescriptor {
 // Process-wide and unguarded: one boot-loader operation runs at a time.
 extern FileDescriptor fileTable[fileCount];
 
+// Reads the allocation table and every file's record into fileTable; false
+// (after a message box) when the table did not come at the second try.
+bool buildFileTable();
+
 // ---- the directory as the boot loader sends it --------------------------------
 
 // Dumps the allocation table of a whole 168-byte table reply and stores its

@@ -1,6 +1,9 @@
-// The BootLoader_ family's identification store and accessors.
+// The boot loader's front end: the identification store and its accessors.
+#include "bootloader/front_end.h"
+#include "bootloader/file_system.h"
 #include "bootloader/file_table.h"
 #include "bootloader/framing.h"
+#include "bootloader/identification.h"
 #include "frame/bounded_string.h"
 #include "os/os.h"
 
@@ -8,54 +11,46 @@ namespace xdsp::bootloader {
 
 namespace {
 constexpr size_t textChars = 256;
-Char16 versionText[textChars];
-Char16 productText[textChars];
-Char16 dspText[textChars];
-uint32_t memorySize = 0;
+Char16 storedVersion[textChars];
+Char16 storedProduct[textChars];
+Char16 storedDsp[textChars];
+uint32_t storedMemorySize = 0;
 
 constexpr uint32_t sectorBytes = 4096;
 
 const Char16 *const typeNames[] = {WIDE("Data"), WIDE("Boot"), WIDE("FPGA"), WIDE("Link")};
 } // namespace
 
-} // namespace xdsp::bootloader
-
-using namespace xdsp::bootloader;
-
-extern "C" {
-
-XDSP_EXPORT xdsp_bool XDSP_API BootLoader_Init(uint16_t select, uint16_t mask) {
+bool initialize(uint16_t select, uint16_t mask) {
     setSelectAndMask(select, mask);
-    memorySize = XMOSBoot_GetMemorySize();
-    if (memorySize == 0)
-        return 0;
+    storedMemorySize = memorySize();
+    if (storedMemorySize == 0)
+        return false;
     // In this order: each is a command on the wire.
-    xdsp::boundedCopy(versionText, textChars, XMOSBoot_GetVersionType());
-    xdsp::boundedCopy(productText, textChars, XMOSBoot_GetProductType());
-    xdsp::boundedCopy(dspText, textChars, XMOSBoot_GetDSPType());
-    return XMOSBoot_BuildFAI() != 0 ? 1 : 0;
+    boundedCopy(storedVersion, textChars, versionText());
+    boundedCopy(storedProduct, textChars, productText());
+    boundedCopy(storedDsp, textChars, dspText());
+    return buildFileTable();
 }
 
-XDSP_EXPORT uint32_t XDSP_API BootLoader_MaxFiles(void) {
+uint32_t maxFiles() {
     return fileCount;
 }
 
-XDSP_EXPORT xdsp_bool XDSP_API BootLoader_GetFileDesc(int32_t fileIndex, uint16_t *type,
-                                                      uint32_t *startAddress, uint32_t *endAddress,
-                                                      uint32_t *faiBytes, xdsp_char16 *name,
-                                                      uint32_t nameCapacity, double *creationDate,
-                                                      double *modificationDate) {
+bool fileDescription(int32_t fileIndex, uint16_t *type, uint32_t *startAddress,
+                     uint32_t *endAddress, uint32_t *faiBytes, Char16 *name, uint32_t nameCapacity,
+                     double *creationDate, double *modificationDate) {
     if (fileIndex < 0 || fileIndex >= static_cast<int32_t>(fileCount))
-        return 0;
+        return false;
     // Every output must be there before any is written.
     if (type == nullptr || startAddress == nullptr || endAddress == nullptr ||
         faiBytes == nullptr || (name == nullptr && nameCapacity != 0) || creationDate == nullptr ||
         modificationDate == nullptr) {
-        xdsp::os::setLastError(xdsp::os::error::invalidParameter);
-        return 0;
+        os::setLastError(os::error::invalidParameter);
+        return false;
     }
     const FileDescriptor &descriptor = fileTable[fileIndex];
-    xdsp::boundedCopy(name, nameCapacity, descriptor.name);
+    boundedCopy(name, nameCapacity, descriptor.name);
     *type = static_cast<uint16_t>(descriptor.type & 0xFFFF);
     *startAddress = descriptor.startSector * sectorBytes;
     *endAddress = descriptor.endSector * sectorBytes;
@@ -63,29 +58,30 @@ XDSP_EXPORT xdsp_bool XDSP_API BootLoader_GetFileDesc(int32_t fileIndex, uint16_
     *faiBytes = descriptor.faiWord5 * sectorBytes;
     *creationDate = descriptor.creationDate;
     *modificationDate = descriptor.modificationDate;
-    return 1;
+    return true;
 }
 
-XDSP_EXPORT const xdsp_char16 *XDSP_API BootLoader_GetTypeName(int16_t type) {
+const Char16 *typeName(int16_t type) {
     if (type < 0 || type >= static_cast<int16_t>(sizeof typeNames / sizeof typeNames[0]))
         return WIDE("");
     return typeNames[type];
 }
 
-XDSP_EXPORT xdsp_bool XDSP_API BootLoader_Boot(void) {
-    return XMOSBoot_Run();
+bool boot() {
+    return run();
 }
 
-XDSP_EXPORT const xdsp_char16 *XDSP_API BootLoader_GetVersion(void) {
-    return versionText;
+const Char16 *versionAtInit() {
+    return storedVersion;
 }
-XDSP_EXPORT const xdsp_char16 *XDSP_API BootLoader_GetProduct(void) {
-    return productText;
+const Char16 *productAtInit() {
+    return storedProduct;
 }
-XDSP_EXPORT const xdsp_char16 *XDSP_API BootLoader_GetDSP(void) {
-    return dspText;
+const Char16 *dspAtInit() {
+    return storedDsp;
 }
-XDSP_EXPORT uint32_t XDSP_API BootLoader_GetMemory(void) {
-    return memorySize;
+uint32_t memoryAtInit() {
+    return storedMemorySize;
 }
-}
+
+} // namespace xdsp::bootloader

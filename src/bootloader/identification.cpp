@@ -1,4 +1,5 @@
 // What the boot loader says about itself, the board, its DSP and its flash.
+#include "bootloader/identification.h"
 #include "bootloader/framing.h"
 #include "frame/bounded_string.h"
 #include "frame/debug.h"
@@ -9,10 +10,10 @@ namespace xdsp::bootloader {
 
 namespace {
 constexpr size_t resultChars = 32;
-Char16 versionText[resultChars];
-Char16 productText[resultChars];
-Char16 dspText[resultChars];
-Char16 memoryText[resultChars];
+Char16 versionResult[resultChars];
+Char16 productResult[resultChars];
+Char16 dspResult[resultChars];
+Char16 memoryResult[resultChars];
 
 struct Product {
     uint32_t code;
@@ -83,12 +84,7 @@ bool plausibleChip(const uint8_t *reply) {
 }
 } // namespace
 
-} // namespace xdsp::bootloader
-
-extern "C" {
-
-XDSP_EXPORT const xdsp_char16 *XDSP_API XMOSBoot_GetVersionType(void) {
-    using namespace xdsp::bootloader;
+const Char16 *versionText() {
     flush();
     uint8_t reply[replyBytes];
     queryCommand(WIDE("BOOT\\x0B\\x00"), reply, 14);
@@ -97,37 +93,33 @@ XDSP_EXPORT const xdsp_char16 *XDSP_API XMOSBoot_GetVersionType(void) {
     // compat: whatever the second attempt brought is shown, 0xCC filler included
     // ("524.28").
     unsigned value = bigEndian16(reply + dataOffset);
-    xdsp::boundedFormat(versionText, resultChars, WIDE("%d.%02d"), value / 100, value % 100);
-    return versionText;
+    boundedFormat(versionResult, resultChars, WIDE("%d.%02d"), value / 100, value % 100);
+    return versionResult;
 }
 
-XDSP_EXPORT const xdsp_char16 *XDSP_API XMOSBoot_GetProductType(void) {
-    using namespace xdsp::bootloader;
+const Char16 *productText() {
     uint8_t reply[replyBytes];
     queryCommand(WIDE("BOOT\\x08\\x00"), reply, 12);
     uint32_t code = bigEndian32(reply + dataOffset);
     for (const Product &product : products)
         if (product.code == code) {
-            xdsp::boundedCopy(productText, resultChars, product.name);
-            return productText;
+            boundedCopy(productResult, resultChars, product.name);
+            return productResult;
         }
-    xdsp::boundedFormat(productText, resultChars, WIDE("%02X %02X %02X %02X [%08X]"), reply[8],
-                        reply[9], reply[10], reply[11], code);
-    return productText;
+    boundedFormat(productResult, resultChars, WIDE("%02X %02X %02X %02X [%08X]"), reply[8],
+                  reply[9], reply[10], reply[11], code);
+    return productResult;
 }
 
-XDSP_EXPORT const xdsp_char16 *XDSP_API XMOSBoot_GetDSPType(void) {
-    using namespace xdsp::bootloader;
-    return identificationBytes(WIDE("BOOT\\x09\\x00"), WIDE("GetDSPType() :: "), dspText);
+const Char16 *dspText() {
+    return identificationBytes(WIDE("BOOT\\x09\\x00"), WIDE("GetDSPType() :: "), dspResult);
 }
 
-XDSP_EXPORT const xdsp_char16 *XDSP_API XMOSBoot_GetMemoryType(void) {
-    using namespace xdsp::bootloader;
-    return identificationBytes(WIDE("BOOT\\x0A\\x00"), WIDE("GetMemoryType() :: "), memoryText);
+const Char16 *memoryText() {
+    return identificationBytes(WIDE("BOOT\\x0A\\x00"), WIDE("GetMemoryType() :: "), memoryResult);
 }
 
-XDSP_EXPORT uint32_t XDSP_API XMOSBoot_GetMemorySize(void) {
-    using namespace xdsp::bootloader;
+uint32_t memorySize() {
     for (int i = 0; i < 3; ++i)
         flush();
     uint8_t reply[replyBytes];
@@ -142,11 +134,12 @@ XDSP_EXPORT uint32_t XDSP_API XMOSBoot_GetMemorySize(void) {
     for (const MemoryChip &chip : memoryChips)
         if (chip.id == id) {
             uint32_t size = chip.kibibytes * 1024;
-            xdsp::debugFormat(WIDE("GetMemorySize() :: %lu\n"), size);
+            debugFormat(WIDE("GetMemorySize() :: %lu\n"), size);
             return size;
         }
-    xdsp::debugWrite(id == noChip ? WIDE("Memory: No Chip!\n") : WIDE("Memory: Unknown Chip\n"));
+    debugWrite(id == noChip ? WIDE("Memory: No Chip!\n") : WIDE("Memory: Unknown Chip\n"));
     dumpBootReply(0x0A, 0x40, 10, reply, 12);
     return 0;
 }
-}
+
+} // namespace xdsp::bootloader

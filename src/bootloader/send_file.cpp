@@ -51,18 +51,10 @@ int32_t packetProgress(int32_t start, int32_t end, int64_t offset, int64_t lengt
     return static_cast<int32_t>(start + fraction * (static_cast<double>(end) - start));
 }
 
-} // namespace xdsp::bootloader
-
-extern "C" XDSP_EXPORT xdsp_bool XDSP_API XMOSBoot_SendFile(int32_t, const uint8_t *data,
-                                                            int32_t length, int32_t progressStart,
-                                                            int32_t progressEnd,
-                                                            xdsp_progress_callback callback,
-                                                            uint32_t context) {
-    using namespace xdsp::bootloader;
-    // compat: the file index is accepted and not used: the packets carry no file
-    // number, they follow the format of their file.
+bool sendFile(const uint8_t *data, int32_t length, int32_t progressStart, int32_t progressEnd,
+              xdsp_progress_callback callback, uint32_t context) {
     if (data == nullptr && length > 0)
-        return 0;
+        return false;
     constexpr auto full = static_cast<int64_t>(packetDataBytes);
     int64_t total = length;
     int packetNumber = 0;
@@ -70,22 +62,24 @@ extern "C" XDSP_EXPORT xdsp_bool XDSP_API XMOSBoot_SendFile(int32_t, const uint8
     uint8_t packet[packetBytes];
     for (; offset < total - full; offset += full) {
         ++packetNumber;
-        xdsp::debugFormat(WIDE("XMOSBoot_SendFile::Packet %d::%08X/%08X\n"), packetNumber,
-                          static_cast<unsigned>(offset), static_cast<unsigned>(length));
+        debugFormat(WIDE("XMOSBoot_SendFile::Packet %d::%08X/%08X\n"), packetNumber,
+                    static_cast<unsigned>(offset), static_cast<unsigned>(length));
         buildDataPacket(packet, data + offset, packetDataBytes);
         sendPacket(packet);
         report(callback, packetProgress(progressStart, progressEnd, offset, total), context);
         // compat: 10 ms between packets, the pacing boards have always been given.
-        xdsp::os::sleepMs(packetPauseMs);
+        os::sleepMs(packetPauseMs);
     }
     int64_t remaining = total - offset;
     if (remaining >= 1) {
-        xdsp::debugFormat(WIDE("XMOSBoot_SendFile::Packet %d::%08X/%08X\n"), packetNumber + 1,
-                          static_cast<unsigned>(offset), static_cast<unsigned>(length));
+        debugFormat(WIDE("XMOSBoot_SendFile::Packet %d::%08X/%08X\n"), packetNumber + 1,
+                    static_cast<unsigned>(offset), static_cast<unsigned>(length));
         buildDataPacket(packet, data + offset, static_cast<size_t>(remaining));
         sendPacket(packet);
     }
     report(callback, progressEnd, context);
     // compat: always 1; packet replies are not judged, the checksum after the close is.
-    return 1;
+    return true;
 }
+
+} // namespace xdsp::bootloader

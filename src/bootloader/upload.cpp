@@ -1,8 +1,11 @@
-// BootLoader_Send: one file onto the board with all the bookkeeping its file
+// The upload: one file onto the board with all the bookkeeping its file
 // system needs, progress reports and a checksum check.
+#include "bootloader/upload.h"
 #include "bootloader/checksum.h"
+#include "bootloader/file_system.h"
 #include "bootloader/file_table.h"
 #include "bootloader/ole_date.h"
+#include "bootloader/send_file.h"
 #include "frame/bounded_string.h"
 #include "frame/debug.h"
 #include "os/os.h"
@@ -60,30 +63,30 @@ bool reallocate(uint32_t index, uint32_t startAddress, uint32_t endAddress) {
     if (descriptor.startSector * sectorBytes == startAddress &&
         descriptor.endSector * sectorBytes == endAddress)
         return false;
-    if ((descriptor.startSector == 0 && descriptor.endSector == 0) || XMOSBoot_EraseFile(index))
-        XMOSBoot_AllocateFile(index, startAddress, endAddress);
+    if ((descriptor.startSector == 0 && descriptor.endSector == 0) || eraseFile(index))
+        allocateFile(index, startAddress, endAddress);
     return true;
 }
 
 // Type change and table re-read; false when the table could not be read again.
 bool retypeAndRefresh(const Upload &upload, uint32_t index, int16_t type, bool allocationChanged) {
     bool typeDiffers = fileTable[index].type != static_cast<uint32_t>(static_cast<int32_t>(type));
-    if (typeDiffers && !XMOSBoot_SetFileType(index, type)) {
+    if (typeDiffers && !setFileType(index, type)) {
         upload.fault(WIDE("Error in Setting Type."));
         os::setLastError(lastError::badType);
     }
     if (!typeDiffers && !allocationChanged)
         return true;
-    XMOSBoot_Commit();
-    if (XMOSBoot_BuildFAI() != 0)
+    commit();
+    if (buildFileTable())
         return true;
     os::setLastError(lastError::tableLost);
     return false;
 }
 
 uint16_t boardChecksum(uint32_t closeNumber) {
-    uint16_t checksum = XMOSBoot_GetChecksum(closeNumber);
-    return checksum != 0 ? checksum : XMOSBoot_GetChecksum(closeNumber);
+    uint16_t checksum = checksumOf(closeNumber);
+    return checksum != 0 ? checksum : checksumOf(closeNumber);
 }
 
 void compareChecksums(const Upload &upload, bool isBootFile, uint32_t closeNumber,
@@ -112,52 +115,45 @@ void compareChecksums(const Upload &upload, bool isBootFile, uint32_t closeNumbe
 }
 } // namespace
 
-} // namespace xdsp::bootloader
-
-extern "C" XDSP_EXPORT xdsp_bool XDSP_API
-BootLoader_Send(int32_t fileIndex, int16_t type, uint32_t startAddress, uint32_t endAddress,
-                const xdsp_char16 *name, const uint8_t *data, uint32_t length, xdsp_bool showErrors,
+bool uploadFile(int32_t fileIndex, int16_t type, uint32_t startAddress, uint32_t endAddress,
+                const Char16 *name, const uint8_t *data, uint32_t length, bool showErrors,
                 xdsp_progress_callback callback, uint32_t context) {
-    using namespace xdsp::bootloader;
-    namespace os = xdsp::os;
     bool isBootFile = fileIndex == bootFile;
     // Data missing for its length is refused like an index out of range:
     // nothing is sent.
     if ((!isBootFile && (fileIndex < 0 || fileIndex >= static_cast<int32_t>(fileCount))) ||
         (data == nullptr && length != 0)) {
         os::setLastError(os::error::invalidParameter);
-        return 0;
+        return false;
     }
-    Upload upload(showErrors != 0, callback, context);
+    Upload upload(showErrors, callback, context);
     os::setLastError(os::error::success);
     auto index = static_cast<uint32_t>(fileIndex);
 
     bool allocationChanged = !isBootFile && reallocate(index, startAddress, endAddress);
     upload.progress(10);
     if (!isBootFile && !retypeAndRefresh(upload, index, type, allocationChanged))
-        return 0;
+        return false;
     upload.progress(15);
 
-    xdsp_bool formatted =
-        isBootFile ? XMOSBoot_FormatBootFile(bootFile) : XMOSBoot_FormatFile(index);
+    bool formatted = isBootFile ? formatBootFile(bootFile) : formatFile(index);
     if (!formatted) {
         upload.fault(WIDE("Error in Format.\nCancelling Upload."));
         os::setLastError(lastError::badFormat);
-        return 0;
+        return false;
     }
     upload.progress(20);
 
     // The board's sizes are 32-bit signed; a longer file cannot be sent.
     if (length > static_cast<uint32_t>(INT32_MAX) ||
-        !XMOSBoot_SendFile(fileIndex, data, static_cast<int32_t>(length), 25, 80, callback,
-                           context)) {
+        !sendFile(data, static_cast<int32_t>(length), 25, 80, callback, context)) {
         upload.fault(WIDE("Error in Sending the File.\nCancelling Upload."));
-        return 0;
+        return false;
     }
     upload.progress(85);
 
     uint32_t closeNumber = isBootFile ? bootFileNumber : index;
-    if (!XMOSBoot_CloseFile(closeNumber)) {
+    if (!closeFile(closeNumber)) {
         upload.fault(WIDE("Error in Closing the File."));
         os::setLastError(lastError::closeFailed);
         os::sleepMs(closeFailurePauseMs);
@@ -166,11 +162,11 @@ BootLoader_Send(int32_t fileIndex, int16_t type, uint32_t startAddress, uint32_t
     os::sleepMs(settlePauseMs);
 
     if (!isBootFile) {
-        if (!XMOSBoot_SetFileNameDate(index, name, oleDateNow())) {
+        if (!setFileNameDate(index, name, oleDateNow())) {
             upload.fault(WIDE("Error in Setting Filename."));
             os::setLastError(lastError::badName);
         }
-        XMOSBoot_Commit();
+        commit();
     }
     upload.progress(95);
     // compat: 222 and 123 set above are overwritten by the commit's transfers; only
@@ -178,5 +174,7 @@ BootLoader_Send(int32_t fileIndex, int16_t type, uint32_t startAddress, uint32_t
 
     compareChecksums(upload, isBootFile, closeNumber, data, length);
     upload.progress(100);
-    return 1;
+    return true;
 }
+
+} // namespace xdsp::bootloader

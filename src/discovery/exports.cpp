@@ -24,7 +24,7 @@ XDSP_EXPORT xdsp_handle XDSP_API OpenUSBHIDDevice(const xdsp_device_record *reco
         xdsp::os::setLastError(xdsp::os::error::invalidParameter);
         return nullptr;
     }
-    return OpenUSBHIDDevicePath(record->devicePath);
+    return xdsp::discovery::openDevicePath(record->devicePath);
 }
 
 XDSP_EXPORT xdsp_boolean XDSP_API GetHIDUSBSizes(xdsp_handle device, uint32_t *inputLength,

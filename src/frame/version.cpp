@@ -1,5 +1,6 @@
-// The shell's version query.
-#include "xdsp/xdsp.h"
+#include "frame/version.h"
+
+namespace xdsp::frame {
 
 namespace {
 constexpr xdsp_hresult resultOk = 0;
@@ -12,7 +13,7 @@ static_assert(sizeof(xdsp_dll_version_info) == firstFormSize);
 static_assert(sizeof(xdsp_dll_version_info2) == secondFormSize);
 } // namespace
 
-extern "C" XDSP_EXPORT xdsp_hresult XDSP_API DllGetVersion(xdsp_dll_version_info *info) {
+xdsp_hresult fillVersionInfo(xdsp_dll_version_info *info) {
     if (info == nullptr)
         return resultPointer;
     if (info->cbSize < firstFormSize)
@@ -30,3 +31,5 @@ extern "C" XDSP_EXPORT xdsp_hresult XDSP_API DllGetVersion(xdsp_dll_version_info
     }
     return resultOk;
 }
+
+} // namespace xdsp::frame

@@ -1,9 +1,18 @@
-// Last-error and sink entry points that Windows callers get from the system.
-#ifndef _WIN32
+// The frame's exported functions: the version query, and on Linux the
+// last-error, sink and close entry points that Windows callers get from the
+// system.
+#include "frame/close_device.h"
+#include "frame/version.h"
 #include "os/os.h"
+#include "xdsp/xdsp.h"
 
 extern "C" {
 
+XDSP_EXPORT xdsp_hresult XDSP_API DllGetVersion(xdsp_dll_version_info *info) {
+    return xdsp::frame::fillVersionInfo(info);
+}
+
+#ifndef _WIN32
 XDSP_EXPORT uint32_t xdsp_last_error(void) {
     return xdsp::os::lastError();
 }
@@ -21,12 +30,7 @@ XDSP_EXPORT void xdsp_set_message_handler(xdsp_message_handler handler, void *co
 }
 
 XDSP_EXPORT xdsp_bool xdsp_close_device(xdsp_handle device) {
-    if (device == nullptr) {
-        xdsp::os::setLastError(xdsp::os::error::invalidHandle);
-        return 0;
-    }
-    xdsp::os::deviceClose(static_cast<xdsp::os::Device *>(device));
-    return 1;
-}
+    return xdsp::frame::closeDevice(device) ? 1 : 0;
 }
 #endif
+}
