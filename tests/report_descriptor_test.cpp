@@ -78,8 +78,8 @@ TEST(ReportDescriptor, CountsIdsPushPopAndRefusesTruncatedItems) {
     const std::vector<uint8_t> oneMore = {0x75, 0x08, 0x96, 0xFF, 0xFF, 0x81, 0x02};
     EXPECT_FALSE(
         xdsp::os::parseReportDescriptor(oneMore.data(), oneMore.size(), &lengths, nullptr));
-    const std::vector<uint8_t> wrapping = {0x77, 0x00, 0x00, 0x00, 0x80, 0x97, 0x00, 0x00,
-                                           0x00, 0x80, 0x81, 0x02, 0x81, 0x02};
+    const std::vector<uint8_t> wrapping = {0x77, 0x00, 0x00, 0x00, 0x80, 0x97, 0x00,
+                                           0x00, 0x00, 0x80, 0x81, 0x02, 0x81, 0x02};
     EXPECT_FALSE(
         xdsp::os::parseReportDescriptor(wrapping.data(), wrapping.size(), &lengths, nullptr));
 }
