@@ -22,7 +22,6 @@
 // waits or not; its idle cost per cycle is printed beside the transfer's, as
 // it bounds from below what share of the wall time any transfer can take.
 #include "emulator_process.h"
-#include "link/transaction.h"
 #include "xdsp/xdsp.h"
 
 #include <chrono>
@@ -44,16 +43,14 @@ struct IdleCycle {
     double cpuSeconds; // the poll loop's own CPU time in one cycle
 };
 
-// The mean idle cycle, from the report events; then the poll loop's CPU time
-// per cycle, over half a second in which this thread sleeps.
+// The mean cycle, through the public API: switching the ADC off waits for the
+// next input report, so each call lasts one poll cycle. Then the poll loop's
+// CPU time per cycle, over half a second in which this thread sleeps.
 IdleCycle idleCycle(int reports) {
-    xdsp::link::resetReportEvent();
-    xdsp::link::waitForReport(xdsp::link::reportTimeoutMs);
+    XMOS_EnableADC(0);
     double start = wallSeconds();
-    for (int i = 0; i < reports; ++i) {
-        xdsp::link::resetReportEvent();
-        xdsp::link::waitForReport(xdsp::link::reportTimeoutMs);
-    }
+    for (int i = 0; i < reports; ++i)
+        XMOS_EnableADC(0);
     double seconds = (wallSeconds() - start) / reports;
     double cpuStart = processCpuSeconds();
     double wallStart = wallSeconds();
