@@ -8,7 +8,7 @@
 //
 // The emulator runs on threads of this process, started before the first
 // count, so that every change in the counts is the library's.
-#include "bootloader/boot_loader.h"
+#include "emulator/bootloader/boot_loader.h"
 #include "soak_faults.h"
 #include "soak_report.h"
 #include "soak_resources.h"

@@ -1,6 +1,6 @@
 #include "soak_faults.h"
 
-#include "bootloader/boot_loader.h"
+#include "emulator/bootloader/boot_loader.h"
 
 #include <algorithm>
 #include <cstdio>
