@@ -4,8 +4,9 @@
 // not only the reports that the checks turn away.
 #include "fuzz_support.h"
 #include "link/input_dispatch.h"
-#include "link/link_state.h"
+#include "link/poll_run.h"
 #include "link/report_format.h"
+#include "link/shared_state.h"
 
 #include <algorithm>
 #include <cstring>

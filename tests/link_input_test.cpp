@@ -1,6 +1,7 @@
 #include "link/input_dispatch.h"
-#include "link/link_state.h"
+#include "link/poll_run.h"
 #include "link/report_format.h"
+#include "link/shared_state.h"
 #include "support/capture.h"
 
 #include <cstring>

@@ -1,5 +1,5 @@
-#include "link/link_state.h"
 #include "link/report_format.h"
+#include "link/shared_state.h"
 #include "support/emulated_board.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #include "bootloader/framing.h"
 #include "commands/spi_transfer.h"
 #include "link/gpio_signal.h"
-#include "link/link_state.h"
+#include "link/shared_state.h"
 
 #include <atomic>
 

@@ -4,7 +4,7 @@
 #include "commands/board_commands.h"
 #include "commands/command_runner.h"
 #include "commands/command_table.h"
-#include "link/link_state.h"
+#include "link/shared_state.h"
 #include "xdsp/xdsp.h"
 
 #include <cstring>

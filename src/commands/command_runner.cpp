@@ -1,7 +1,7 @@
 #include "commands/command_runner.h"
 #include "frame/debug.h"
-#include "link/link_state.h"
 #include "link/report_format.h"
+#include "link/shared_state.h"
 #include "os/os.h"
 
 namespace xdsp::commands {

@@ -3,8 +3,8 @@
 #include "commands/argument_checks.h"
 #include "commands/board_commands.h"
 #include "commands/command_runner.h"
-#include "link/link_state.h"
 #include "link/report_format.h"
+#include "link/shared_state.h"
 #include "link/transaction.h"
 #include "xdsp/xdsp.h"
 

@@ -4,8 +4,8 @@
 #include "commands/board_commands.h"
 #include "commands/command_runner.h"
 #include "commands/command_table.h"
-#include "link/link_state.h"
 #include "link/report_format.h"
+#include "link/shared_state.h"
 
 #include <algorithm>
 #include <cstring>

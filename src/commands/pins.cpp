@@ -3,8 +3,8 @@
 #include "commands/board_commands.h"
 #include "commands/command_runner.h"
 #include "commands/command_table.h"
-#include "link/link_state.h"
 #include "link/report_format.h"
+#include "link/shared_state.h"
 
 namespace xdsp::commands {
 

@@ -1,6 +1,6 @@
 // The link's exported functions.
-#include "link/link_state.h"
 #include "link/open_close.h"
+#include "link/poll_run.h"
 #include "link/transaction.h"
 
 extern "C" {

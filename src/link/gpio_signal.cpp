@@ -1,5 +1,5 @@
 #include "link/gpio_signal.h"
-#include "link/link_state.h"
+#include "link/shared_state.h"
 #include "os/os.h"
 
 namespace xdsp::link {

@@ -1,8 +1,9 @@
 #include "link/input_dispatch.h"
 #include "frame/debug.h"
 #include "link/gpio_signal.h"
-#include "link/link_state.h"
+#include "link/poll_run.h"
 #include "link/report_format.h"
+#include "link/shared_state.h"
 
 #include <cstring>
 

@@ -3,7 +3,7 @@
 #include "discovery/open_device.h"
 #include "frame/bounded_string.h"
 #include "frame/debug.h"
-#include "link/link_state.h"
+#include "link/poll_run.h"
 
 #include <new>
 

@@ -3,8 +3,9 @@
 #include "discovery/open_device.h"
 #include "frame/debug.h"
 #include "link/input_dispatch.h"
-#include "link/link_state.h"
+#include "link/poll_run.h"
 #include "link/report_format.h"
+#include "link/shared_state.h"
 
 #include <algorithm>
 #include <cstring>

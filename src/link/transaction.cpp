@@ -1,5 +1,5 @@
 #include "link/transaction.h"
-#include "link/link_state.h"
+#include "link/poll_run.h"
 
 namespace xdsp::link {
 

@@ -1,6 +1,6 @@
 #include "support/commands.h"
-#include "link/link_state.h"
 #include "link/report_format.h"
+#include "link/shared_state.h"
 #include "support/emulated_board.h"
 
 #include <algorithm>

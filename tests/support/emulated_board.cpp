@@ -1,7 +1,7 @@
 #include "support/emulated_board.h"
 
-#include "link/link_state.h"
 #include "link/report_format.h"
+#include "link/shared_state.h"
 
 #include <atomic>
 #ifdef _WIN32

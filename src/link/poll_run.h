@@ -1,35 +1,17 @@
-// The open link's state. Values the poll thread shares with callers are atomics
-// or response stores that callers read only after the response event.
+// Private to the link: one open link with its poll thread's run, its thread,
+// events and buffers. Commands see only shared_state.h and transaction.h.
 #pragma once
 
 #include "frame/text.h"
 #include "os/os.h"
 
 #include <atomic>
-#include <cstddef>
 #include <cstdint>
 
 namespace xdsp::link {
 
-// Process-wide values: zero at load, kept across closing and reopening.
-struct SharedState {
-    std::atomic<uint16_t> sequenceCounter{0};
-    std::atomic<uint16_t> gpioOutputWord{0};
-    std::atomic<uint8_t> statusWord{0};
-    std::atomic<uint16_t> gpioWord{0};
-    std::atomic<uint16_t> adcValues[4]{};
-    uint8_t productNameRecord[188]{};
-    uint8_t layoutRecord[212]{};
-    alignas(4) uint8_t pellixRecord[8]{}; // two 32-bit words in report order
-    uint8_t pinRecord[500]{};
-    uint8_t calibrationRecord[40]{};
-    uint8_t tedsBuffer[1024]{};
-    uint8_t responseBuffer[1024]{};
-};
-extern SharedState shared;
-
-// One open link with its poll thread's run. Owned jointly by the link and the
-// thread, so that a thread that had to be abandoned frees only its own run.
+// Owned jointly by the link and the thread, so that a thread that had to be
+// abandoned frees only its own run.
 struct PollRun {
     std::atomic<int> references{1};
     std::atomic<bool> threadHoldsReference{false};
@@ -60,11 +42,6 @@ extern std::atomic<PollRun *> currentRun;
 extern std::atomic<uint8_t *> publishedStaging;
 
 void releaseRun(PollRun *run);
-
-// Response stores are written by the poll thread while a caller may be copying
-// an earlier answer out; byte-wise relaxed atomics keep that well defined.
-void storeBytes(uint8_t *store, const uint8_t *source, size_t count);
-void loadBytes(uint8_t *destination, const uint8_t *store, size_t count);
 
 // Stages the header of a command on this run's staging report.
 void sendCommandOn(PollRun *run, uint8_t *staging, uint16_t commandCode);

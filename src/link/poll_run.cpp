@@ -1,9 +1,9 @@
-#include "link/link_state.h"
+#include "link/poll_run.h"
 #include "link/report_format.h"
+#include "link/shared_state.h"
 
 namespace xdsp::link {
 
-SharedState shared;
 std::atomic<PollRun *> currentRun{nullptr};
 std::atomic<uint8_t *> publishedStaging{nullptr};
 
@@ -21,17 +21,6 @@ void releaseRun(PollRun *run) {
     delete[] run->stagingReport;
     delete[] run->writeBuffer;
     delete run;
-}
-
-void storeBytes(uint8_t *store, const uint8_t *source, size_t count) {
-    for (size_t i = 0; i < count; ++i)
-        std::atomic_ref<uint8_t>(store[i]).store(source[i], std::memory_order_relaxed);
-}
-
-void loadBytes(uint8_t *destination, const uint8_t *store, size_t count) {
-    for (size_t i = 0; i < count; ++i)
-        destination[i] = std::atomic_ref<uint8_t>(const_cast<uint8_t &>(store[i]))
-                             .load(std::memory_order_relaxed);
 }
 
 void sendCommandOn(PollRun *run, uint8_t *staging, uint16_t commandCode) {
