@@ -12,7 +12,6 @@
 namespace xdsp::bootloader {
 
 namespace {
-constexpr uint32_t bootFileIndex = 300;
 constexpr uint32_t closePauseMs = 2000;
 constexpr uint32_t formatSecondsLimit = 60;
 constexpr uint32_t checksumPollMs = 100;
@@ -26,7 +25,7 @@ uint16_t fileNumber(uint32_t index) {
 
 // Close and checksum name the boot file by 300 itself, not by 301.
 uint16_t closingNumber(uint32_t index) {
-    return index == bootFileIndex ? static_cast<uint16_t>(index) : fileNumber(index);
+    return index == XDSP_BOOT_FILE_NUMBER ? static_cast<uint16_t>(index) : fileNumber(index);
 }
 
 // A raw command: "BOOT", the code, one argument word, high byte first.

@@ -9,7 +9,7 @@
 
 namespace xdsp::bootloader {
 
-inline constexpr size_t fileCount = 15;
+inline constexpr size_t fileCount = XDSP_MAX_FILES;
 inline constexpr size_t nameChars = 64;
 
 struct FileDescriptor {

@@ -15,8 +15,6 @@
 namespace xdsp::bootloader {
 
 namespace {
-constexpr int32_t bootFile = 31415;       // the board's boot image
-constexpr uint32_t bootFileNumber = 300;  // how close and checksum name it
 constexpr uint32_t bootHeaderBytes = 256; // not counted in the boot file's checksum
 constexpr uint32_t sectorBytes = 4096;
 // compat: fixed pauses after a failed close and before naming the file, the timing
@@ -26,11 +24,11 @@ constexpr uint32_t settlePauseMs = 2000;
 
 namespace lastError {
 constexpr uint32_t badType = 222;
-constexpr uint32_t tableLost = 7;
-constexpr uint32_t badFormat = 11;
+constexpr uint32_t tableLost = XDSP_ERROR_FILE_TABLE_LOST;
+constexpr uint32_t badFormat = XDSP_ERROR_FORMAT_FAILED;
 constexpr uint32_t closeFailed = 0x80010138;
 constexpr uint32_t badName = 123;
-constexpr uint32_t checksumMismatch = 0x8009700D;
+constexpr uint32_t checksumMismatch = XDSP_ERROR_CHECKSUM_MISMATCH;
 } // namespace lastError
 
 class Upload {
@@ -118,7 +116,7 @@ void compareChecksums(const Upload &upload, bool isBootFile, uint32_t closeNumbe
 bool uploadFile(int32_t fileIndex, int16_t type, uint32_t startAddress, uint32_t endAddress,
                 const Char16 *name, const uint8_t *data, uint32_t length, bool showErrors,
                 xdsp_progress_callback callback, uint32_t context) {
-    bool isBootFile = fileIndex == bootFile;
+    bool isBootFile = fileIndex == XDSP_BOOT_FILE_INDEX;
     // Data missing for its length is refused like an index out of range:
     // nothing is sent.
     if ((!isBootFile && (fileIndex < 0 || fileIndex >= static_cast<int32_t>(fileCount))) ||
@@ -136,7 +134,7 @@ bool uploadFile(int32_t fileIndex, int16_t type, uint32_t startAddress, uint32_t
         return false;
     upload.progress(15);
 
-    bool formatted = isBootFile ? formatBootFile(bootFile) : formatFile(index);
+    bool formatted = isBootFile ? formatBootFile(XDSP_BOOT_FILE_INDEX) : formatFile(index);
     if (!formatted) {
         upload.fault(WIDE("Error in Format.\nCancelling Upload."));
         os::setLastError(lastError::badFormat);
@@ -152,7 +150,7 @@ bool uploadFile(int32_t fileIndex, int16_t type, uint32_t startAddress, uint32_t
     }
     upload.progress(85);
 
-    uint32_t closeNumber = isBootFile ? bootFileNumber : index;
+    uint32_t closeNumber = isBootFile ? XDSP_BOOT_FILE_NUMBER : index;
     if (!closeFile(closeNumber)) {
         upload.fault(WIDE("Error in Closing the File."));
         os::setLastError(lastError::closeFailed);

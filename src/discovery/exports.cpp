@@ -5,7 +5,8 @@
 #include "discovery/parse_device_name.h"
 #include "discovery/serial_companion.h"
 
-static_assert(sizeof(xdsp_device_record) == 528, "callers allocate arrays of records");
+static_assert(sizeof(xdsp_device_record) == XDSP_DEVICE_RECORD_SIZE,
+              "callers allocate arrays of records");
 
 extern "C" {
 

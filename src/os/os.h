@@ -12,20 +12,21 @@ namespace xdsp::os {
 
 using Char16 = xdsp_char16;
 
-// Windows error codes that the library reports on every platform.
+// Windows error codes that the library reports on every platform; those a
+// caller compares with are the public header's.
 namespace error {
-inline constexpr uint32_t success = 0;
-inline constexpr uint32_t fileNotFound = 2;
-inline constexpr uint32_t accessDenied = 5;
-inline constexpr uint32_t invalidHandle = 6;
+inline constexpr uint32_t success = XDSP_ERROR_SUCCESS;
+inline constexpr uint32_t fileNotFound = XDSP_ERROR_FILE_NOT_FOUND;
+inline constexpr uint32_t accessDenied = XDSP_ERROR_ACCESS_DENIED;
+inline constexpr uint32_t invalidHandle = XDSP_ERROR_INVALID_HANDLE;
 inline constexpr uint32_t notEnoughMemory = 8;
-inline constexpr uint32_t sharingViolation = 32;
+inline constexpr uint32_t sharingViolation = XDSP_ERROR_SHARING_VIOLATION;
 inline constexpr uint32_t notSupported = 50;
-inline constexpr uint32_t deviceUnavailable = 55;
-inline constexpr uint32_t invalidParameter = 87;
+inline constexpr uint32_t deviceUnavailable = XDSP_ERROR_NOT_OPEN;
+inline constexpr uint32_t invalidParameter = XDSP_ERROR_INVALID_PARAMETER;
 inline constexpr uint32_t noMoreItems = 259;
 inline constexpr uint32_t operationAborted = 995;
-inline constexpr uint32_t internalError = 1359;
+inline constexpr uint32_t internalError = XDSP_ERROR_INTERNAL;
 } // namespace error
 
 // ---- threads, events, lock, time -------------------------------------------
