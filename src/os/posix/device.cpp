@@ -3,6 +3,7 @@
 // so that a thread stuck in a read can always be released.
 #include "os/os.h"
 #include "os/posix/errno_map.h"
+#include "os/posix/failed_call.h"
 #include "os/posix/utf8_path.h"
 #include "os/report_descriptor.h"
 
@@ -233,7 +234,10 @@ void deviceCancel(Device *device, Thread *) {
         return;
     device->cancelled.store(true);
     uint64_t one = 1;
-    [[maybe_unused]] ssize_t written = write(device->wakeFd, &one, sizeof one);
+    // A full counter (EAGAIN) already wakes the reader; any other failure
+    // leaves it asleep until the device answers, so it is reported.
+    if (write(device->wakeFd, &one, sizeof one) < 0 && errno != EAGAIN)
+        callSucceeded(u"eventfd write", errno);
     if (device->isSocket)
         shutdown(device->fd, SHUT_RDWR);
 }

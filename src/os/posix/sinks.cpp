@@ -2,6 +2,7 @@
 // application or the tool installs its handlers.
 #include "os/os.h"
 
+#include <cstdio>
 #include <pthread.h>
 
 namespace xdsp::os {
@@ -14,27 +15,44 @@ DebugSink debugSink = nullptr;
 void *debugContext = nullptr;
 MessageSink messageSink = nullptr;
 void *messageContext = nullptr;
+
+// The sinks' own mutex cannot report through the sinks, so a failure of it
+// (impossible on a working system) goes to the standard error stream.
+class SinkHold {
+  public:
+    SinkHold() { check("pthread_mutex_lock", pthread_mutex_lock(&sinkMutex)); }
+    ~SinkHold() { check("pthread_mutex_unlock", pthread_mutex_unlock(&sinkMutex)); }
+    SinkHold(const SinkHold &) = delete;
+    SinkHold &operator=(const SinkHold &) = delete;
+
+  private:
+    static void check(const char *call, int result) {
+        if (result != 0)
+            std::fprintf(stderr, "xdsp: %s failed, errno %d\n", call, result);
+    }
+};
 } // namespace
 
 void setDebugSink(DebugSink sink, void *context) {
-    pthread_mutex_lock(&sinkMutex);
+    SinkHold hold;
     debugSink = sink;
     debugContext = context;
-    pthread_mutex_unlock(&sinkMutex);
 }
 
 void setMessageSink(MessageSink sink, void *context) {
-    pthread_mutex_lock(&sinkMutex);
+    SinkHold hold;
     messageSink = sink;
     messageContext = context;
-    pthread_mutex_unlock(&sinkMutex);
 }
 
 void debugWrite(const Char16 *text) {
-    pthread_mutex_lock(&sinkMutex);
-    DebugSink sink = debugSink;
-    void *context = debugContext;
-    pthread_mutex_unlock(&sinkMutex);
+    DebugSink sink;
+    void *context;
+    {
+        SinkHold hold;
+        sink = debugSink;
+        context = debugContext;
+    }
     if (sink != nullptr)
         sink(text, context);
 }
@@ -51,10 +69,13 @@ void debugWriteNarrow(const char *text) {
 }
 
 int messageBox(const Char16 *text, const Char16 *caption, uint32_t style) {
-    pthread_mutex_lock(&sinkMutex);
-    MessageSink sink = messageSink;
-    void *context = messageContext;
-    pthread_mutex_unlock(&sinkMutex);
+    MessageSink sink;
+    void *context;
+    {
+        SinkHold hold;
+        sink = messageSink;
+        context = messageContext;
+    }
     return sink != nullptr ? sink(text, caption, style, context) : 1;
 }
 

@@ -4,7 +4,12 @@
 
 #include "os/os.h"
 
+#include <cstddef>
+
 namespace xdsp::os {
+
+// Reads a small text file whole; false when it cannot be read.
+bool readText(const char *path, char *out, size_t capacity);
 
 // The index-th hidraw node in numeric order under sysfsRoot/class/hidraw.
 bool hidInterfaceAtRoot(const char *sysfsRoot, uint32_t index, HidInterface *out);

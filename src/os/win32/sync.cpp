@@ -69,12 +69,4 @@ void lockLeave(Lock *lock) XDSP_NO_THREAD_SAFETY_ANALYSIS {
         LeaveCriticalSection(&lock->section);
 }
 
-void sleepMs(uint32_t milliseconds) {
-    Sleep(milliseconds);
-}
-
-uint32_t tickMs() {
-    return GetTickCount();
-}
-
 } // namespace xdsp::os

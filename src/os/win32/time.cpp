@@ -1,9 +1,18 @@
-// Local time and the progress-callback call for the Windows build.
+// Sleeps, the tick count, local time and the progress-callback call for the
+// Windows build.
 #include "os/os.h"
 
 #include <windows.h>
 
 namespace xdsp::os {
+
+void sleepMs(uint32_t milliseconds) {
+    Sleep(milliseconds);
+}
+
+uint32_t tickMs() {
+    return GetTickCount();
+}
 
 LocalTime localTime() {
     SYSTEMTIME now{};
