@@ -28,7 +28,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     std::vector<uint8_t> reply(table ? tableReplyBytes : recordReplyBytes, 0);
     std::copy(data + 1, data + std::min(size, reply.size() + 1), reply.begin());
     if (table) {
-        decodeAllocationTable(reply.data());
+        FileDescriptor fileTable[fileCount]{};
+        decodeAllocationTable(reply.data(), fileTable);
         for (size_t k = 0; k < fileCount; ++k) {
             const uint8_t *entry = reply.data() + faiOffset + k * faiEntryBytes;
             FUZZ_REQUIRE(fileTable[k].startSector == bigEndian16(entry + 2));

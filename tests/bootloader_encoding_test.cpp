@@ -1,5 +1,6 @@
 // The boot loader's command strings and reply dump, and the front end's pure
 // helpers: checksum, type names, settings, argument refusals.
+#include "bootloader/boot_loader_state.h"
 #include "bootloader/file_table.h"
 #include "bootloader/framing.h"
 #include "support/capture.h"
@@ -96,8 +97,8 @@ TEST(BootLoaderSettings, ReadPrefixOnlyOneSwitchesOn) {
     }
     XMOSSPI_SetReadPrefix(1);
     EXPECT_EQ(XMOSSPI_GetReadPrefix(), 1);
-    EXPECT_EQ(spiSelect(), 2);
-    EXPECT_EQ(busyMask(), 2);
+    EXPECT_EQ(spiSelect(processBootLoader()), 2);
+    EXPECT_EQ(busyMask(processBootLoader()), 2);
 }
 
 TEST(FrontEndHelpers, ChecksumCases) {
@@ -121,7 +122,7 @@ TEST(FrontEndHelpers, TypeNamesAndFileDescriptors) {
     EXPECT_EQ(Text(BootLoader_GetTypeName(-1)), WIDE(""));
     EXPECT_EQ(BootLoader_MaxFiles(), 15u);
 
-    FileDescriptor &entry = fileTable[14];
+    FileDescriptor &entry = processBootLoader().fileTable[14];
     entry = FileDescriptor{2, 7, 16, 48, 9, 3, {}, 45352.5, 45000.25};
     const Text name = WIDE("firmware.ldr");
     std::copy(name.begin(), name.end(), entry.name);

@@ -1,5 +1,6 @@
 // The file table read from a scripted boot loader, and files sent to it in
 // packets, in both read-prefix modes.
+#include "bootloader/boot_loader_state.h"
 #include "bootloader/file_table.h"
 #include "support/commands.h"
 #include "support/scripted_board.h"
@@ -8,7 +9,7 @@
 
 using namespace xdsp;
 using namespace xdsp::test;
-using bootloader::fileTable;
+bootloader::FileDescriptor *const fileTable = bootloader::processBootLoader().fileTable;
 
 namespace {
 constexpr double march = 45352.54524305555; // 2024-03-01 13:05:09

@@ -1,6 +1,7 @@
 // BootLoader_Send against a scripted boot loader: the order of its commands,
 // its progress reports, message boxes and last-error codes. Each upload takes
 // seconds (the close's and the settle's pauses), so the cases are few and full.
+#include "bootloader/boot_loader_state.h"
 #include "bootloader/checksum.h"
 #include "bootloader/file_table.h"
 #include "bootloader/ole_date.h"
@@ -13,7 +14,7 @@
 
 using namespace xdsp;
 using namespace xdsp::test;
-using bootloader::fileTable;
+bootloader::FileDescriptor *const fileTable = bootloader::processBootLoader().fileTable;
 
 namespace {
 std::vector<int32_t> progress;

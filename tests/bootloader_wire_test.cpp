@@ -1,6 +1,7 @@
 // Boot-loader commands on the SPI wire against a scripted boot loader, in both
 // read-prefix modes: the exact bytes and settings, acknowledgement, retries on
 // the 0xCC filler, reply dumps, the status record, the flush and the busy wait.
+#include "bootloader/boot_loader_state.h"
 #include "bootloader/file_table.h"
 #include "link/gpio_signal.h"
 #include "support/commands.h"
@@ -212,7 +213,7 @@ TEST_P(BootWire, NameAndDatesGoToTheTableFirst) {
     ASSERT_TRUE(scripted.opened());
     ScriptedPeer &peer = scripted.peer;
     peer.respond(acknowledge);
-    bootloader::fileTable[0] = {};
+    bootloader::processBootLoader().fileTable[0] = {};
     double march = 45352.54524305555; // 2024-03-01 13:05:09
     EXPECT_EQ(XMOSBoot_SetFileNameDate(0, WIDE("AB"), march), 1);
     std::vector<SpiTransfer> sent = peer.commandTransfers();
@@ -225,21 +226,21 @@ TEST_P(BootWire, NameAndDatesGoToTheTableFirst) {
     bootloader::swapPairs(dateText.data(), dateText.size());
     EXPECT_EQ(std::string(dateText.begin(), dateText.end()), "2024-03-01 13:05:09*");
     EXPECT_EQ(sent.back().readLength, 22u);
-    EXPECT_EQ(Text(bootloader::fileTable[0].name), WIDE("AB"));
-    EXPECT_EQ(bootloader::fileTable[0].creationDate, march);
-    EXPECT_EQ(bootloader::fileTable[0].modificationDate, march);
+    EXPECT_EQ(Text(bootloader::processBootLoader().fileTable[0].name), WIDE("AB"));
+    EXPECT_EQ(bootloader::processBootLoader().fileTable[0].creationDate, march);
+    EXPECT_EQ(bootloader::processBootLoader().fileTable[0].modificationDate, march);
 
     // A date of 1.0 or less sets only a missing creation date; a null name keeps the name.
-    bootloader::fileTable[1] = {};
+    bootloader::processBootLoader().fileTable[1] = {};
     EXPECT_EQ(XMOSBoot_SetFileNameDate(1, WIDE("C"), 0.5), 1);
-    EXPECT_EQ(bootloader::fileTable[1].creationDate, 0.5);
-    EXPECT_EQ(bootloader::fileTable[1].modificationDate, 0.0);
+    EXPECT_EQ(bootloader::processBootLoader().fileTable[1].creationDate, 0.5);
+    EXPECT_EQ(bootloader::processBootLoader().fileTable[1].modificationDate, 0.0);
     EXPECT_EQ(XMOSBoot_SetFileNameDate(1, nullptr, 0.0), 1);
-    EXPECT_EQ(bootloader::fileTable[1].creationDate, 0.5);
-    EXPECT_EQ(Text(bootloader::fileTable[1].name), WIDE("C"));
+    EXPECT_EQ(bootloader::processBootLoader().fileTable[1].creationDate, 0.5);
+    EXPECT_EQ(Text(bootloader::processBootLoader().fileTable[1].name), WIDE("C"));
     Text longName(80, Char16('z'));
     EXPECT_EQ(XMOSBoot_SetFileNameDate(1, longName.c_str(), 0.0), 1);
-    EXPECT_EQ(Text(bootloader::fileTable[1].name), Text(62, Char16('z')));
+    EXPECT_EQ(Text(bootloader::processBootLoader().fileTable[1].name), Text(62, Char16('z')));
 
     // Not acknowledged: asked once more, the table keeps the new values.
     peer.respond([](const Bytes &, const SpiTransfer &) { return bootReply(0x2D); });
@@ -247,7 +248,7 @@ TEST_P(BootWire, NameAndDatesGoToTheTableFirst) {
     scripted.capture.clear();
     EXPECT_EQ(XMOSBoot_SetFileNameDate(2, WIDE("D"), march), 0);
     EXPECT_EQ(peer.commandTransfers().size(), prefix() ? 4u : 2u);
-    EXPECT_EQ(Text(bootloader::fileTable[2].name), WIDE("D"));
+    EXPECT_EQ(Text(bootloader::processBootLoader().fileTable[2].name), WIDE("D"));
     EXPECT_EQ(scripted.capture.joined().find(WIDE("Command: 0x")), Text::npos) << "no dump";
 }
 

@@ -46,7 +46,7 @@ bool echoMatches(const uint8_t *echoed, const uint8_t *data, uint32_t count) {
     return false;
 }
 
-bool echo(const uint8_t *data, uint32_t length) {
+bool echo(bootloader::BootLoaderState &state, const uint8_t *data, uint32_t length) {
     using namespace bootloader;
     if (length > maxEchoLength)
         return false;
@@ -56,7 +56,7 @@ bool echo(const uint8_t *data, uint32_t length) {
         os::setLastError(os::error::invalidParameter);
         return false;
     }
-    flush();
+    flush(state);
     debugWrite(WIDE("Echo:\r\n"));
 
     // compat: whole 16-bit words only (an odd last byte is neither sent nor
@@ -67,7 +67,7 @@ bool echo(const uint8_t *data, uint32_t length) {
     if (even != 0)
         std::memcpy(packet + packetHeadBytes, data, even);
     uint8_t reply[replyBufferBytes] = {};
-    directExchange(settingEcho, packet, static_cast<uint32_t>(packetHeadBytes + even), reply,
+    directExchange(state, settingEcho, packet, static_cast<uint32_t>(packetHeadBytes + even), reply,
                    even + dataOffset);
 
     return echoMatches(reply + dataOffset, data, even);

@@ -26,8 +26,8 @@ bool decodeFilenameReply(const uint8_t *reply, bootloader::NameAndDates *decoded
     return true;
 }
 
-void loadFileName(int32_t fileNumber, Char16 *name, uint32_t nameCapacity, double *creationDate,
-                  double *modificationDate) {
+void loadFileName(bootloader::BootLoaderState &state, int32_t fileNumber, Char16 *name,
+                  uint32_t nameCapacity, double *creationDate, double *modificationDate) {
     using namespace bootloader;
     // The audio firmware's own text size, not the boot loader's.
     Char16 text[audio::commandTextChars];
@@ -37,7 +37,7 @@ void loadFileName(int32_t fileNumber, Char16 *name, uint32_t nameCapacity, doubl
     auto length = static_cast<uint32_t>(encodeBootCommand(command, text));
     // Zeroed, so the block's last two bytes, which are not read, count as zero.
     uint8_t reply[replyBytes] = {};
-    slowExchange(command, length, reply, fileReplyLength);
+    slowExchange(state, command, length, reply, fileReplyLength);
     os::sleepMs(settleMs);
 
     // A NULL output is skipped rather than refused: the others still get their value.

@@ -18,7 +18,7 @@ bool carriesUserMagic(const uint8_t *reply) {
     return std::memcmp(reply + magicOffset, userMagic, sizeof userMagic) == 0;
 }
 
-int32_t valueCommand(const Char16 *format, ...) {
+int32_t valueCommand(bootloader::BootLoaderState &state, const Char16 *format, ...) {
     Char16 text[commandTextChars];
     va_list arguments;
     va_start(arguments, format);
@@ -27,7 +27,7 @@ int32_t valueCommand(const Char16 *format, ...) {
     uint8_t command[bootloader::commandBytes];
     auto length = static_cast<uint32_t>(bootloader::encodeBootCommand(command, text));
     uint8_t reply[valueReplyBufferBytes] = {};
-    bootloader::slowExchange(command, length, reply, valueReplyLength);
+    bootloader::slowExchange(state, command, length, reply, valueReplyLength);
     return valueReply(reply);
 }
 

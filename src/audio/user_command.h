@@ -2,6 +2,7 @@
 // commands, and a reply counts only when it carries "USER" at bytes 2-5.
 #pragma once
 
+#include "bootloader/boot_loader_state.h"
 #include "frame/text.h"
 
 #include <cstddef>
@@ -35,6 +36,6 @@ bool echoMatches(const uint8_t *echoed, const uint8_t *data, uint32_t count);
 // Formats a value command (one printf-style argument), sends it at setting 50
 // without a flush and reads its 10-byte reply. Returns the big-endian result
 // at reply bytes 8-9, or noResult. Bytes 6-7 are not matched to the command.
-int32_t valueCommand(const Char16 *format, ...);
+int32_t valueCommand(bootloader::BootLoaderState &state, const Char16 *format, ...);
 
 } // namespace xdsp::audio

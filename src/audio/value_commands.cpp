@@ -10,32 +10,33 @@
 
 namespace xdsp::audio {
 
-int32_t mute(bool on) {
-    return valueCommand(WIDE("USER\\x3C\\x01\\x00\\x0%d"), on ? 1 : 0);
+int32_t mute(bootloader::BootLoaderState &state, bool on) {
+    return valueCommand(state, WIDE("USER\\x3C\\x01\\x00\\x0%d"), on ? 1 : 0);
 }
 
-int32_t loadFilter(uint32_t filter) {
-    return valueCommand(WIDE("USER\\x3D\\x01\\x00\\x0%u"), filter);
+int32_t loadFilter(bootloader::BootLoaderState &state, uint32_t filter) {
+    return valueCommand(state, WIDE("USER\\x3D\\x01\\x00\\x0%u"), filter);
 }
 
-int32_t loadAlgorithm(int32_t algorithm) {
-    return valueCommand(WIDE("USER\\x3E\\x01\\x00\\x%02X"), static_cast<unsigned>(algorithm));
+int32_t loadAlgorithm(bootloader::BootLoaderState &state, int32_t algorithm) {
+    return valueCommand(state, WIDE("USER\\x3E\\x01\\x00\\x%02X"),
+                        static_cast<unsigned>(algorithm));
 }
 
-int32_t lineOut(bool on) {
-    return valueCommand(WIDE("USER\\x3B\\x01\\x00\\x0%d"), on ? 1 : 0);
+int32_t lineOut(bootloader::BootLoaderState &state, bool on) {
+    return valueCommand(state, WIDE("USER\\x3B\\x01\\x00\\x0%d"), on ? 1 : 0);
 }
 
-int32_t selectSource(int32_t source) {
-    return valueCommand(WIDE("USER\\x3A\\x01\\x00\\x0%d"), source);
+int32_t selectSource(bootloader::BootLoaderState &state, int32_t source) {
+    return valueCommand(state, WIDE("USER\\x3A\\x01\\x00\\x0%d"), source);
 }
 
-void reset() {
+void reset(bootloader::BootLoaderState &state) {
     using namespace bootloader;
     uint8_t command[commandBytes];
     auto length = static_cast<uint32_t>(encodeBootCommand(command, WIDE("USER\\x3F\\x00")));
     // No reply: with the read prefix only the command's own transfer is made.
-    slowExchange(command, length, nullptr, 0);
+    slowExchange(state, command, length, nullptr, 0);
 }
 
 } // namespace xdsp::audio

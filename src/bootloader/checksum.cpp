@@ -20,13 +20,13 @@ uint16_t dataChecksum(const uint8_t *data, uint32_t length) {
     return byteSum(data, length);
 }
 
-uint16_t fileChecksum(int32_t fileIndex) {
+uint16_t fileChecksum(BootLoaderState &state, int32_t fileIndex) {
     // compat: an index past the table reads as checksum 0xFFFF, not as an error;
     // a negative one is asked for as it converts, since only the upper bound
     // was ever checked.
     if (fileIndex >= XDSP_MAX_FILES && fileIndex != XDSP_BOOT_FILE_NUMBER)
         return 0xFFFF;
-    return checksumOf(static_cast<uint32_t>(fileIndex));
+    return checksumOf(state, static_cast<uint32_t>(fileIndex));
 }
 
 } // namespace xdsp::bootloader

@@ -44,19 +44,19 @@ bool decodeStatRecord(uint8_t *work, bool prefixed, uint32_t *status) {
     return true;
 }
 
-bool dspStatus(uint32_t *status) {
+bool dspStatus(BootLoaderState &state, uint32_t *status) {
     uint32_t start = os::tickMs();
     uint8_t work[statWorkBytes] = {};
-    uint16_t mask = busyMask();
-    bool prefixed = readPrefixOn();
+    uint16_t mask = busyMask(state);
+    bool prefixed = readPrefixOn(state);
     if (prefixed) {
-        transfer(mask, settingSlow, statCommand, sizeof statCommand, nullptr, 0);
-        transfer(mask, settingSlow, statPadding, sizeof statPadding, nullptr, 0);
+        transfer(state, mask, settingSlow, statCommand, sizeof statCommand, nullptr, 0);
+        transfer(state, mask, settingSlow, statPadding, sizeof statPadding, nullptr, 0);
         waitWhileBootLoaderBusy(mask);
-        transfer(mask, settingSlow, readPrefixBytes, sizeof readPrefixBytes, work,
+        transfer(state, mask, settingSlow, readPrefixBytes, sizeof readPrefixBytes, work,
                  prefixedReadLength);
     } else {
-        transfer(mask, settingSlow, statCommand, sizeof statCommand, work, directReadLength);
+        transfer(state, mask, settingSlow, statCommand, sizeof statCommand, work, directReadLength);
     }
     // compat: an answer after 2500 ms is refused although the busy wait may last
     // 3000 ms. Measured as elapsed time so that a tick count wrapping mid-query

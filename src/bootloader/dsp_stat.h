@@ -1,6 +1,8 @@
 // The DSP's status record as it comes back from the boot loader.
 #pragma once
 
+#include "bootloader/boot_loader_state.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -16,6 +18,6 @@ bool decodeStatRecord(uint8_t *work, bool prefixed, uint32_t *status);
 
 // Asks for the record: the DSP's 16 status words; false when the record did
 // not come or came late.
-bool dspStatus(uint32_t *status);
+bool dspStatus(BootLoaderState &state, uint32_t *status);
 
 } // namespace xdsp::bootloader

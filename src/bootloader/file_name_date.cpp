@@ -37,29 +37,29 @@ void commandText(Char16 *text, unsigned fileNumber, const uint8_t *block) {
                           static_cast<unsigned>(block[j + 1]), static_cast<unsigned>(block[j]));
 }
 
-bool exchangeOnce(const Char16 *text) {
+bool exchangeOnce(BootLoaderState &state, const Char16 *text) {
     uint8_t command[commandBytes];
     uint32_t length = static_cast<uint32_t>(encodeBootCommand(command, text));
     uint8_t reply[replyBytes] = {};
-    standardExchange(command, length, reply, replyLength);
+    standardExchange(state, command, length, reply, replyLength);
     return reply[echoOffset] == 0x2C;
 }
 } // namespace
 
-bool setFileNameDate(uint32_t fileIndex, const Char16 *name, double date) {
+bool setFileNameDate(BootLoaderState &state, uint32_t fileIndex, const Char16 *name, double date) {
     // The table holds 15 descriptors; any other index is refused before
     // anything is touched or sent.
     if (fileIndex >= fileCount)
         return false;
-    FileDescriptor &descriptor = fileTable[fileIndex];
+    FileDescriptor &descriptor = state.fileTable[fileIndex];
     updateDescriptor(&descriptor, name, date);
     uint8_t block[blockBytes];
     buildNameDateBlock(descriptor, block);
     Char16 text[commandTextChars];
     commandText(text, fileIndex + 1, block);
-    if (exchangeOnce(text))
+    if (exchangeOnce(state, text))
         return true;
-    return exchangeOnce(text);
+    return exchangeOnce(state, text);
 }
 
 } // namespace xdsp::bootloader

@@ -10,8 +10,6 @@
 
 namespace xdsp::bootloader {
 
-FileDescriptor fileTable[fileCount];
-
 namespace {
 constexpr uint8_t tableRequest[6] = {'B', 'O', 'O', 'T', 0x2B, 0x00};
 constexpr uint32_t tableReplyLength = 168;
@@ -33,17 +31,18 @@ uint16_t replyCode(const uint8_t *reply) {
     return bigEndian16(reply + echoOffset);
 }
 
-bool readTable(uint8_t *reply) {
+bool readTable(BootLoaderState &state, uint8_t *reply) {
     std::memset(reply, 0, tableReplyLength);
     // The request goes out without a busy mask, unlike what bootExchange passes.
-    transfer(0, settingSlow, tableRequest, sizeof tableRequest, nullptr, 0);
+    transfer(state, 0, settingSlow, tableRequest, sizeof tableRequest, nullptr, 0);
     bool delivered;
-    if (readPrefixOn()) {
-        waitWhileBootLoaderBusy(busyMask());
-        delivered = transfer(busyMask(), settingSlow, readPrefixBytes, sizeof readPrefixBytes,
-                             reply, tableReplyLength);
+    if (readPrefixOn(state)) {
+        waitWhileBootLoaderBusy(busyMask(state));
+        delivered = transfer(state, busyMask(state), settingSlow, readPrefixBytes,
+                             sizeof readPrefixBytes, reply, tableReplyLength);
     } else {
-        delivered = transfer(busyMask(), settingSlow, nullptr, 0, reply, tableReplyLength);
+        delivered =
+            transfer(state, busyMask(state), settingSlow, nullptr, 0, reply, tableReplyLength);
     }
     return delivered && replyCode(reply) == tableGood;
 }
@@ -81,10 +80,10 @@ void dumpTable(const uint8_t *payload) {
     debugWrite(WIDE("\n"));
 }
 
-void storeAllocations(const uint8_t *payload) {
+void storeAllocations(const uint8_t *payload, FileDescriptor *table) {
     for (size_t k = 0; k < fileCount; ++k) {
         const uint8_t *entry = payload + k * faiEntryBytes;
-        FileDescriptor &descriptor = fileTable[k];
+        FileDescriptor &descriptor = table[k];
         descriptor.faiWord1 = bigEndian16(entry);
         descriptor.startSector = bigEndian16(entry + 2);
         descriptor.endSector = bigEndian16(entry + 4);
@@ -95,23 +94,23 @@ void storeAllocations(const uint8_t *payload) {
 
 } // namespace
 
-void decodeAllocationTable(const uint8_t *reply) {
+void decodeAllocationTable(const uint8_t *reply, FileDescriptor *table) {
     dumpTable(reply + dataOffset);
-    storeAllocations(reply + dataOffset);
+    storeAllocations(reply + dataOffset, table);
 }
 
 namespace {
-void queryRecord(const Char16 *query, uint8_t *reply) {
+void queryRecord(BootLoaderState &state, const Char16 *query, uint8_t *reply) {
     uint8_t command[commandBytes];
     uint32_t length = static_cast<uint32_t>(encodeBootCommand(command, query));
     std::memset(reply, 0, recordBufferBytes);
-    if (readPrefixOn()) {
-        bootExchange(spiSelect(), busyMask(), settingFast, command, length, reply,
+    if (readPrefixOn(state)) {
+        bootExchange(spiSelect(state), busyMask(state), settingFast, command, length, reply,
                      recordReplyLength);
         return;
     }
-    flush();
-    transfer(busyMask(), settingFast, command, length, reply, recordReplyLength);
+    flush(state);
+    transfer(state, busyMask(state), settingFast, command, length, reply, recordReplyLength);
 }
 
 } // namespace
@@ -129,19 +128,19 @@ void clearRecord(FileDescriptor *descriptor) {
     descriptor->creationDate = 0.0;
 }
 
-void readRecord(unsigned fileNumber, FileDescriptor *descriptor) {
+void readRecord(BootLoaderState &state, unsigned fileNumber, FileDescriptor *descriptor) {
     Char16 query[commandTextChars];
     size_t queryLength =
         boundedFormat(query, commandTextChars, WIDE("BOOT\\x2F\\x01\\x00\\x%02X"), fileNumber);
     uint8_t reply[recordBufferBytes];
-    queryRecord(query, reply);
+    queryRecord(state, query, reply);
     uint16_t code = replyCode(reply);
     if (code == recordAbsent) {
         clearRecord(descriptor);
         return;
     }
     if (code != recordPresent) {
-        queryRecord(query, reply);
+        queryRecord(state, query, reply);
         if (replyCode(reply) != recordPresent) {
             // An absent file at the second try counts as a failure too.
             boundedFormat(query + queryLength, commandTextChars - queryLength, WIDE("\n"));
@@ -155,14 +154,14 @@ void readRecord(unsigned fileNumber, FileDescriptor *descriptor) {
 }
 } // namespace
 
-bool buildFileTable() {
+bool buildFileTable(BootLoaderState &state) {
     for (int i = 0; i < 3; ++i)
-        flush();
-    std::memset(fileTable, 0, sizeof fileTable);
+        flush(state);
+    std::memset(state.fileTable, 0, sizeof state.fileTable);
     uint8_t reply[tableReplyLength];
-    if (!readTable(reply)) {
+    if (!readTable(state, reply)) {
         reportTableFailure(reply);
-        if (!readTable(reply)) {
+        if (!readTable(state, reply)) {
             reportTableFailure(reply);
             // compat: shown whatever BootLoader_Send's show-errors flag says, with no
             // caption (the system's default one), as it has always been shown.
@@ -170,9 +169,9 @@ bool buildFileTable() {
             return false;
         }
     }
-    decodeAllocationTable(reply);
+    decodeAllocationTable(reply, state.fileTable);
     for (unsigned number = 1; number <= fileCount; ++number)
-        readRecord(number, &fileTable[number - 1]);
+        readRecord(state, number, &state.fileTable[number - 1]);
     return true;
 }
 

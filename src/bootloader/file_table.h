@@ -9,6 +9,8 @@
 
 namespace xdsp::bootloader {
 
+struct BootLoaderState;
+
 inline constexpr size_t fileCount = XDSP_MAX_FILES;
 inline constexpr size_t nameChars = 64;
 
@@ -24,18 +26,15 @@ struct FileDescriptor {
     double creationDate;
 };
 
-// Process-wide and unguarded: one boot-loader operation runs at a time.
-extern FileDescriptor fileTable[fileCount];
-
-// Reads the allocation table and every file's record into fileTable; false
+// Reads the allocation table and every file's record into the state's table; false
 // (after a message box) when the table did not come at the second try.
-bool buildFileTable();
+bool buildFileTable(BootLoaderState &state);
 
 // ---- the directory as the boot loader sends it --------------------------------
 
 // Dumps the allocation table of a whole 168-byte table reply and stores its
-// sectors in the file table.
-void decodeAllocationTable(const uint8_t *reply);
+// sectors in table (fileCount descriptors).
+void decodeAllocationTable(const uint8_t *reply, FileDescriptor *table);
 
 // Takes a file's type, name and dates from its record reply (266 bytes read).
 void decodeFileRecord(const uint8_t *reply, FileDescriptor *descriptor);

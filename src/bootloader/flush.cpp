@@ -16,19 +16,19 @@ constexpr int32_t flushMode = 1; // the only boot-loader transfers in mode 0x030
 
 namespace xdsp::bootloader {
 
-void flush() {
+void flush(BootLoaderState &state) {
     // compat: a fixed 100 ms before every flush, the settling time the boot loader has
     // always been given.
     os::sleepMs(settlePauseMs);
     uint8_t pattern[patternLength] = {};
-    if (readPrefixOn())
+    if (readPrefixOn(state))
         std::memcpy(pattern, readPrefixBytes, sizeof readPrefixBytes);
     uint8_t dropped[patternLength];
-    commands::SpiSettings settings{spiSelect(), 0, flushMode, spiSettingA, settingFast};
+    commands::SpiSettings settings{spiSelect(state), 0, flushMode, spiSettingA, settingFast};
     commands::spiTransfer(settings, pattern, patternLength, dropped, patternLength);
     // Stops as soon as the boot loader raises its busy line: it has something
     // of its own to say again.
-    for (int i = 0; i < shortTransfers && !bootLoaderBusy(); ++i)
+    for (int i = 0; i < shortTransfers && !bootLoaderBusy(state); ++i)
         commands::spiTransfer(settings, pattern, shortLength, dropped, shortLength);
 }
 

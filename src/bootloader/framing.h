@@ -1,8 +1,9 @@
-// What every boot-loader command shares: the process-wide settings, the
+// What every boot-loader command shares: the board's settings, the
 // command-string encoder, the transfers with their two patterns, the wait on
 // the boot loader's busy line and the reply dump.
 #pragma once
 
+#include "bootloader/boot_loader_state.h"
 #include "frame/text.h"
 
 #include <cstddef>
@@ -12,14 +13,11 @@ namespace xdsp::bootloader {
 
 // ---- settings -----------------------------------------------------------------
 
-// Whether replies are fetched with the read prefix "RD" (on at load).
-bool readPrefixOn();
-void setReadPrefix(bool on);
-// The select passed to every transfer and the GPIO bits of the busy line (both
-// 2 at load; set by BootLoader_Init).
-uint16_t spiSelect();
-uint16_t busyMask();
-void setSelectAndMask(uint16_t select, uint16_t mask);
+bool readPrefixOn(const BootLoaderState &state);
+void setReadPrefix(BootLoaderState &state, bool on);
+uint16_t spiSelect(const BootLoaderState &state);
+uint16_t busyMask(const BootLoaderState &state);
+void setSelectAndMask(BootLoaderState &state, uint16_t select, uint16_t mask);
 
 // ---- encoding -----------------------------------------------------------------
 
@@ -54,17 +52,18 @@ inline constexpr uint16_t settingSlow = 50;
 inline constexpr uint32_t busyLineTimeoutMs = 3000;
 
 // One SPI transfer with the boot loader's select, mode flag 0 and setting A 3.
-bool transfer(uint16_t mask, uint16_t settingB, const uint8_t *writeData, uint32_t writeLength,
-              uint8_t *readData, uint32_t readLength);
+bool transfer(const BootLoaderState &state, uint16_t mask, uint16_t settingB,
+              const uint8_t *writeData, uint32_t writeLength, uint8_t *readData,
+              uint32_t readLength);
 
 // Waits up to 3000 ms while a bit of the busy mask is set in the GPIO word;
 // running out of time is not an error.
 void waitWhileBootLoaderBusy(uint16_t mask);
-bool bootLoaderBusy();
+bool bootLoaderBusy(const BootLoaderState &state);
 
 // Drains reply bytes the boot loader may still hold (at most 136 bytes, ending
 // early when its busy line rises).
-void flush();
+void flush(BootLoaderState &state);
 
 // Read-prefix pattern: the command (if any), then, when a reply is wanted, the
 // busy wait and "RD" with the read.
@@ -73,15 +72,15 @@ void bootExchange(uint16_t select, uint16_t mask, uint16_t settingB, const uint8
 
 // The standard exchange: with the read prefix bootExchange at setting 100,
 // without it a flush and one transfer that writes and reads.
-void standardExchange(const uint8_t *command, uint32_t commandLength, uint8_t *reply,
-                      uint32_t replyLength);
+void standardExchange(BootLoaderState &state, const uint8_t *command, uint32_t commandLength,
+                      uint8_t *reply, uint32_t replyLength);
 // With the read prefix the command, the busy wait and "RD"; without it one
 // transfer that writes and reads, and no flush.
-void directExchange(uint16_t settingB, const uint8_t *command, uint32_t commandLength,
-                    uint8_t *reply, uint32_t replyLength);
+void directExchange(BootLoaderState &state, uint16_t settingB, const uint8_t *command,
+                    uint32_t commandLength, uint8_t *reply, uint32_t replyLength);
 // The slow exchange: directExchange at setting 50.
-void slowExchange(const uint8_t *command, uint32_t commandLength, uint8_t *reply,
-                  uint32_t replyLength);
+void slowExchange(BootLoaderState &state, const uint8_t *command, uint32_t commandLength,
+                  uint8_t *reply, uint32_t replyLength);
 
 // ---- diagnostics --------------------------------------------------------------
 

@@ -10,36 +10,31 @@
 namespace xdsp::bootloader {
 
 namespace {
-constexpr size_t textChars = 256;
-Char16 storedVersion[textChars];
-Char16 storedProduct[textChars];
-Char16 storedDsp[textChars];
-uint32_t storedMemorySize = 0;
-
 constexpr uint32_t sectorBytes = 4096;
 
 const Char16 *const typeNames[] = {WIDE("Data"), WIDE("Boot"), WIDE("FPGA"), WIDE("Link")};
 } // namespace
 
-bool initialize(uint16_t select, uint16_t mask) {
-    setSelectAndMask(select, mask);
-    storedMemorySize = memorySize();
-    if (storedMemorySize == 0)
+bool initialize(BootLoaderState &state, uint16_t select, uint16_t mask) {
+    setSelectAndMask(state, select, mask);
+    InitialisationRecord &record = state.atInit;
+    record.memorySize = memorySize(state);
+    if (record.memorySize == 0)
         return false;
     // In this order: each is a command on the wire.
-    boundedCopy(storedVersion, textChars, versionText());
-    boundedCopy(storedProduct, textChars, productText());
-    boundedCopy(storedDsp, textChars, dspText());
-    return buildFileTable();
+    boundedCopy(record.version, record.chars, versionText(state));
+    boundedCopy(record.product, record.chars, productText(state));
+    boundedCopy(record.dsp, record.chars, dspText(state));
+    return buildFileTable(state);
 }
 
 uint32_t maxFiles() {
     return fileCount;
 }
 
-bool fileDescription(int32_t fileIndex, uint16_t *type, uint32_t *startAddress,
-                     uint32_t *endAddress, uint32_t *faiBytes, Char16 *name, uint32_t nameCapacity,
-                     double *creationDate, double *modificationDate) {
+bool fileDescription(const BootLoaderState &state, int32_t fileIndex, uint16_t *type,
+                     uint32_t *startAddress, uint32_t *endAddress, uint32_t *faiBytes, Char16 *name,
+                     uint32_t nameCapacity, double *creationDate, double *modificationDate) {
     if (fileIndex < 0 || fileIndex >= static_cast<int32_t>(fileCount))
         return false;
     // Every output must be there before any is written.
@@ -49,7 +44,7 @@ bool fileDescription(int32_t fileIndex, uint16_t *type, uint32_t *startAddress,
         os::setLastError(os::error::invalidParameter);
         return false;
     }
-    const FileDescriptor &descriptor = fileTable[fileIndex];
+    const FileDescriptor &descriptor = state.fileTable[fileIndex];
     boundedCopy(name, nameCapacity, descriptor.name);
     *type = static_cast<uint16_t>(descriptor.type & 0xFFFF);
     *startAddress = descriptor.startSector * sectorBytes;
@@ -67,21 +62,21 @@ const Char16 *typeName(int16_t type) {
     return typeNames[type];
 }
 
-bool boot() {
-    return run();
+bool boot(BootLoaderState &state) {
+    return run(state);
 }
 
-const Char16 *versionAtInit() {
-    return storedVersion;
+const Char16 *versionAtInit(const BootLoaderState &state) {
+    return state.atInit.version;
 }
-const Char16 *productAtInit() {
-    return storedProduct;
+const Char16 *productAtInit(const BootLoaderState &state) {
+    return state.atInit.product;
 }
-const Char16 *dspAtInit() {
-    return storedDsp;
+const Char16 *dspAtInit(const BootLoaderState &state) {
+    return state.atInit.dsp;
 }
-uint32_t memoryAtInit() {
-    return storedMemorySize;
+uint32_t memoryAtInit(const BootLoaderState &state) {
+    return state.atInit.memorySize;
 }
 
 } // namespace xdsp::bootloader

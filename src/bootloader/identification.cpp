@@ -9,11 +9,7 @@
 namespace xdsp::bootloader {
 
 namespace {
-constexpr size_t resultChars = 32;
-Char16 versionResult[resultChars];
-Char16 productResult[resultChars];
-Char16 dspResult[resultChars];
-Char16 memoryResult[resultChars];
+constexpr size_t resultChars = IdentificationAnswers::chars;
 
 struct Product {
     uint32_t code;
@@ -47,18 +43,20 @@ bool fillerReply(const uint8_t *reply) {
     return true;
 }
 
-void queryCommand(const Char16 *text, uint8_t *reply, uint32_t replyLength) {
+void queryCommand(BootLoaderState &state, const Char16 *text, uint8_t *reply,
+                  uint32_t replyLength) {
     uint8_t command[commandBytes];
     size_t length = encodeBootCommand(command, text);
     std::memset(reply, 0, replyBytes);
-    standardExchange(command, static_cast<uint32_t>(length), reply, replyLength);
+    standardExchange(state, command, static_cast<uint32_t>(length), reply, replyLength);
 }
 
 // The four identification bytes of the DSP or the flash chip, as text and as a
 // debug line of three pieces.
-const Char16 *identificationBytes(const Char16 *command, const Char16 *label, Char16 *text) {
+const Char16 *identificationBytes(BootLoaderState &state, const Char16 *command,
+                                  const Char16 *label, Char16 *text) {
     uint8_t reply[replyBytes];
-    queryCommand(command, reply, 12);
+    queryCommand(state, command, reply, 12);
     boundedFormat(text, resultChars, WIDE("%02X %02X %02X %02X"), reply[8], reply[9], reply[10],
                   reply[11]);
     debugWrite(label);
@@ -67,15 +65,15 @@ const Char16 *identificationBytes(const Char16 *command, const Char16 *label, Ch
     return text;
 }
 
-void readMemoryReply(uint8_t *reply) {
+void readMemoryReply(BootLoaderState &state, uint8_t *reply) {
     std::memset(reply, 0, replyBytes);
-    uint16_t mask = busyMask();
-    if (readPrefixOn()) {
-        transfer(mask, settingSlow, memoryCommand, sizeof memoryCommand, nullptr, 0);
+    uint16_t mask = busyMask(state);
+    if (readPrefixOn(state)) {
+        transfer(state, mask, settingSlow, memoryCommand, sizeof memoryCommand, nullptr, 0);
         waitWhileBootLoaderBusy(mask);
-        transfer(mask, settingSlow, readPrefixBytes, sizeof readPrefixBytes, reply, 22);
+        transfer(state, mask, settingSlow, readPrefixBytes, sizeof readPrefixBytes, reply, 22);
     } else {
-        transfer(mask, settingSlow, memoryCommand, sizeof memoryCommand, reply, 22);
+        transfer(state, mask, settingSlow, memoryCommand, sizeof memoryCommand, reply, 22);
     }
 }
 
@@ -84,48 +82,50 @@ bool plausibleChip(const uint8_t *reply) {
 }
 } // namespace
 
-const Char16 *versionText() {
-    flush();
+const Char16 *versionText(BootLoaderState &state) {
+    flush(state);
     uint8_t reply[replyBytes];
-    queryCommand(WIDE("BOOT\\x0B\\x00"), reply, 14);
+    queryCommand(state, WIDE("BOOT\\x0B\\x00"), reply, 14);
     if (fillerReply(reply))
-        queryCommand(WIDE("BOOT\\x0B\\x00"), reply, 14);
+        queryCommand(state, WIDE("BOOT\\x0B\\x00"), reply, 14);
     // compat: whatever the second attempt brought is shown, 0xCC filler included
     // ("524.28").
     unsigned value = bigEndian16(reply + dataOffset);
-    boundedFormat(versionResult, resultChars, WIDE("%d.%02d"), value / 100, value % 100);
-    return versionResult;
+    boundedFormat(state.answers.version, resultChars, WIDE("%d.%02d"), value / 100, value % 100);
+    return state.answers.version;
 }
 
-const Char16 *productText() {
+const Char16 *productText(BootLoaderState &state) {
     uint8_t reply[replyBytes];
-    queryCommand(WIDE("BOOT\\x08\\x00"), reply, 12);
+    queryCommand(state, WIDE("BOOT\\x08\\x00"), reply, 12);
     uint32_t code = bigEndian32(reply + dataOffset);
     for (const Product &product : products)
         if (product.code == code) {
-            boundedCopy(productResult, resultChars, product.name);
-            return productResult;
+            boundedCopy(state.answers.product, resultChars, product.name);
+            return state.answers.product;
         }
-    boundedFormat(productResult, resultChars, WIDE("%02X %02X %02X %02X [%08X]"), reply[8],
+    boundedFormat(state.answers.product, resultChars, WIDE("%02X %02X %02X %02X [%08X]"), reply[8],
                   reply[9], reply[10], reply[11], code);
-    return productResult;
+    return state.answers.product;
 }
 
-const Char16 *dspText() {
-    return identificationBytes(WIDE("BOOT\\x09\\x00"), WIDE("GetDSPType() :: "), dspResult);
+const Char16 *dspText(BootLoaderState &state) {
+    return identificationBytes(state, WIDE("BOOT\\x09\\x00"), WIDE("GetDSPType() :: "),
+                               state.answers.dsp);
 }
 
-const Char16 *memoryText() {
-    return identificationBytes(WIDE("BOOT\\x0A\\x00"), WIDE("GetMemoryType() :: "), memoryResult);
+const Char16 *memoryText(BootLoaderState &state) {
+    return identificationBytes(state, WIDE("BOOT\\x0A\\x00"), WIDE("GetMemoryType() :: "),
+                               state.answers.memory);
 }
 
-uint32_t memorySize() {
+uint32_t memorySize(BootLoaderState &state) {
     for (int i = 0; i < 3; ++i)
-        flush();
+        flush(state);
     uint8_t reply[replyBytes];
     constexpr int attempts = 3;
     for (int attempt = 1; attempt <= attempts; ++attempt) {
-        readMemoryReply(reply);
+        readMemoryReply(state, reply);
         // The last attempt's reply stands whatever it holds.
         if (attempt < attempts && plausibleChip(reply))
             break;

@@ -12,14 +12,15 @@ namespace {
 constexpr uint32_t packetReplyLength = 8;
 constexpr uint32_t packetPauseMs = 10;
 
-void sendPacket(const uint8_t *packet) {
+void sendPacket(BootLoaderState &state, const uint8_t *packet) {
     uint8_t reply[packetReplyLength];
     // The reply is read to keep the boot loader in step, never looked at.
-    if (readPrefixOn())
-        bootExchange(spiSelect(), busyMask(), settingSlow, packet, packetBytes, reply,
+    if (readPrefixOn(state))
+        bootExchange(spiSelect(state), busyMask(state), settingSlow, packet, packetBytes, reply,
                      packetReplyLength);
     else
-        transfer(busyMask(), settingSlow, packet, packetBytes, reply, packetReplyLength);
+        transfer(state, busyMask(state), settingSlow, packet, packetBytes, reply,
+                 packetReplyLength);
 }
 
 void report(xdsp_progress_callback callback, int32_t percent, uint32_t context) {
@@ -51,8 +52,8 @@ int32_t packetProgress(int32_t start, int32_t end, int64_t offset, int64_t lengt
     return static_cast<int32_t>(start + fraction * (static_cast<double>(end) - start));
 }
 
-bool sendFile(const uint8_t *data, int32_t length, int32_t progressStart, int32_t progressEnd,
-              xdsp_progress_callback callback, uint32_t context) {
+bool sendFile(BootLoaderState &state, const uint8_t *data, int32_t length, int32_t progressStart,
+              int32_t progressEnd, xdsp_progress_callback callback, uint32_t context) {
     if (data == nullptr && length > 0)
         return false;
     constexpr auto full = static_cast<int64_t>(packetDataBytes);
@@ -65,7 +66,7 @@ bool sendFile(const uint8_t *data, int32_t length, int32_t progressStart, int32_
         debugFormat(WIDE("XMOSBoot_SendFile::Packet %d::%08X/%08X\n"), packetNumber,
                     static_cast<unsigned>(offset), static_cast<unsigned>(length));
         buildDataPacket(packet, data + offset, packetDataBytes);
-        sendPacket(packet);
+        sendPacket(state, packet);
         report(callback, packetProgress(progressStart, progressEnd, offset, total), context);
         // compat: 10 ms between packets, the pacing boards have always been given.
         os::sleepMs(packetPauseMs);
@@ -75,7 +76,7 @@ bool sendFile(const uint8_t *data, int32_t length, int32_t progressStart, int32_
         debugFormat(WIDE("XMOSBoot_SendFile::Packet %d::%08X/%08X\n"), packetNumber + 1,
                     static_cast<unsigned>(offset), static_cast<unsigned>(length));
         buildDataPacket(packet, data + offset, static_cast<size_t>(remaining));
-        sendPacket(packet);
+        sendPacket(state, packet);
     }
     report(callback, progressEnd, context);
     // compat: always 1; packet replies are not judged, the checksum after the close is.

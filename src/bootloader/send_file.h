@@ -1,6 +1,7 @@
 // A file's contents as the boot loader takes them: 262-byte data packets.
 #pragma once
 
+#include "bootloader/boot_loader_state.h"
 #include "xdsp/xdsp.h"
 
 #include <cstddef>
@@ -21,7 +22,7 @@ int32_t packetProgress(int32_t start, int32_t end, int64_t offset, int64_t lengt
 // Sends length bytes as data packets, 10 ms apart, with progress from
 // progressStart to progressEnd. Packet replies are not judged, so only data
 // missing for its length fails.
-bool sendFile(const uint8_t *data, int32_t length, int32_t progressStart, int32_t progressEnd,
-              xdsp_progress_callback callback, uint32_t context);
+bool sendFile(BootLoaderState &state, const uint8_t *data, int32_t length, int32_t progressStart,
+              int32_t progressEnd, xdsp_progress_callback callback, uint32_t context);
 
 } // namespace xdsp::bootloader

@@ -56,40 +56,43 @@ class Upload {
 
 // Erase (when something is allocated) and allocate when the table's sectors
 // differ from the request; true when the allocation changed.
-bool reallocate(uint32_t index, uint32_t startAddress, uint32_t endAddress) {
-    const FileDescriptor &descriptor = fileTable[index];
+bool reallocate(BootLoaderState &state, uint32_t index, uint32_t startAddress,
+                uint32_t endAddress) {
+    const FileDescriptor &descriptor = state.fileTable[index];
     if (descriptor.startSector * sectorBytes == startAddress &&
         descriptor.endSector * sectorBytes == endAddress)
         return false;
-    if ((descriptor.startSector == 0 && descriptor.endSector == 0) || eraseFile(index))
-        allocateFile(index, startAddress, endAddress);
+    if ((descriptor.startSector == 0 && descriptor.endSector == 0) || eraseFile(state, index))
+        allocateFile(state, index, startAddress, endAddress);
     return true;
 }
 
 // Type change and table re-read; false when the table could not be read again.
-bool retypeAndRefresh(const Upload &upload, uint32_t index, int16_t type, bool allocationChanged) {
-    bool typeDiffers = fileTable[index].type != static_cast<uint32_t>(static_cast<int32_t>(type));
-    if (typeDiffers && !setFileType(index, type)) {
+bool retypeAndRefresh(BootLoaderState &state, const Upload &upload, uint32_t index, int16_t type,
+                      bool allocationChanged) {
+    bool typeDiffers =
+        state.fileTable[index].type != static_cast<uint32_t>(static_cast<int32_t>(type));
+    if (typeDiffers && !setFileType(state, index, type)) {
         upload.fault(WIDE("Error in Setting Type."));
         os::setLastError(lastError::badType);
     }
     if (!typeDiffers && !allocationChanged)
         return true;
-    commit();
-    if (buildFileTable())
+    commit(state);
+    if (buildFileTable(state))
         return true;
     os::setLastError(lastError::tableLost);
     return false;
 }
 
-uint16_t boardChecksum(uint32_t closeNumber) {
-    uint16_t checksum = checksumOf(closeNumber);
-    return checksum != 0 ? checksum : checksumOf(closeNumber);
+uint16_t boardChecksum(BootLoaderState &state, uint32_t closeNumber) {
+    uint16_t checksum = checksumOf(state, closeNumber);
+    return checksum != 0 ? checksum : checksumOf(state, closeNumber);
 }
 
-void compareChecksums(const Upload &upload, bool isBootFile, uint32_t closeNumber,
-                      const uint8_t *data, uint32_t length) {
-    uint16_t board = boardChecksum(closeNumber);
+void compareChecksums(BootLoaderState &state, const Upload &upload, bool isBootFile,
+                      uint32_t closeNumber, const uint8_t *data, uint32_t length) {
+    uint16_t board = boardChecksum(state, closeNumber);
     uint16_t library;
     if (isBootFile)
         library = length < bootHeaderBytes
@@ -113,9 +116,9 @@ void compareChecksums(const Upload &upload, bool isBootFile, uint32_t closeNumbe
 }
 } // namespace
 
-bool uploadFile(int32_t fileIndex, int16_t type, uint32_t startAddress, uint32_t endAddress,
-                const Char16 *name, const uint8_t *data, uint32_t length, bool showErrors,
-                xdsp_progress_callback callback, uint32_t context) {
+bool uploadFile(BootLoaderState &state, int32_t fileIndex, int16_t type, uint32_t startAddress,
+                uint32_t endAddress, const Char16 *name, const uint8_t *data, uint32_t length,
+                bool showErrors, xdsp_progress_callback callback, uint32_t context) {
     bool isBootFile = fileIndex == XDSP_BOOT_FILE_INDEX;
     // Data missing for its length is refused like an index out of range:
     // nothing is sent.
@@ -128,13 +131,14 @@ bool uploadFile(int32_t fileIndex, int16_t type, uint32_t startAddress, uint32_t
     os::setLastError(os::error::success);
     auto index = static_cast<uint32_t>(fileIndex);
 
-    bool allocationChanged = !isBootFile && reallocate(index, startAddress, endAddress);
+    bool allocationChanged = !isBootFile && reallocate(state, index, startAddress, endAddress);
     upload.progress(10);
-    if (!isBootFile && !retypeAndRefresh(upload, index, type, allocationChanged))
+    if (!isBootFile && !retypeAndRefresh(state, upload, index, type, allocationChanged))
         return false;
     upload.progress(15);
 
-    bool formatted = isBootFile ? formatBootFile(XDSP_BOOT_FILE_INDEX) : formatFile(index);
+    bool formatted =
+        isBootFile ? formatBootFile(state, XDSP_BOOT_FILE_INDEX) : formatFile(state, index);
     if (!formatted) {
         upload.fault(WIDE("Error in Format.\nCancelling Upload."));
         os::setLastError(lastError::badFormat);
@@ -144,14 +148,14 @@ bool uploadFile(int32_t fileIndex, int16_t type, uint32_t startAddress, uint32_t
 
     // The board's sizes are 32-bit signed; a longer file cannot be sent.
     if (length > static_cast<uint32_t>(INT32_MAX) ||
-        !sendFile(data, static_cast<int32_t>(length), 25, 80, callback, context)) {
+        !sendFile(state, data, static_cast<int32_t>(length), 25, 80, callback, context)) {
         upload.fault(WIDE("Error in Sending the File.\nCancelling Upload."));
         return false;
     }
     upload.progress(85);
 
     uint32_t closeNumber = isBootFile ? XDSP_BOOT_FILE_NUMBER : index;
-    if (!closeFile(closeNumber)) {
+    if (!closeFile(state, closeNumber)) {
         upload.fault(WIDE("Error in Closing the File."));
         os::setLastError(lastError::closeFailed);
         os::sleepMs(closeFailurePauseMs);
@@ -160,17 +164,17 @@ bool uploadFile(int32_t fileIndex, int16_t type, uint32_t startAddress, uint32_t
     os::sleepMs(settlePauseMs);
 
     if (!isBootFile) {
-        if (!setFileNameDate(index, name, oleDateNow())) {
+        if (!setFileNameDate(state, index, name, oleDateNow())) {
             upload.fault(WIDE("Error in Setting Filename."));
             os::setLastError(lastError::badName);
         }
-        commit();
+        commit(state);
     }
     upload.progress(95);
     // compat: 222 and 123 set above are overwritten by the commit's transfers; only
     // the codes callers have always seen after the call survive.
 
-    compareChecksums(upload, isBootFile, closeNumber, data, length);
+    compareChecksums(state, upload, isBootFile, closeNumber, data, length);
     upload.progress(100);
     return true;
 }

@@ -1,0 +1,13 @@
+#include "bootloader/boot_loader_state.h"
+
+namespace xdsp::bootloader {
+
+namespace {
+BootLoaderState processState;
+} // namespace
+
+BootLoaderState &processBootLoader() {
+    return processState;
+}
+
+} // namespace xdsp::bootloader
