@@ -4,6 +4,7 @@
 // not only the reports that the checks turn away.
 #include "fuzz_support.h"
 #include "link/input_dispatch.h"
+#include "link/link.h"
 #include "link/poll_run.h"
 #include "link/report_format.h"
 #include "link/shared_state.h"
@@ -34,8 +35,12 @@ bool isKnownCode(uint16_t code) {
     return std::find(knownCodes, knownCodes + knownCodeCount, code) != knownCodes + knownCodeCount;
 }
 
+Link board;
+SharedState &shared = board.shared;
+
 PollRun &fuzzRun() {
     static PollRun run;
+    run.link = &board;
     if (run.responseEvent == nullptr)
         run.responseEvent = xdsp::os::eventCreate();
     return run;

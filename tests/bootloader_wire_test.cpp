@@ -4,6 +4,7 @@
 #include "bootloader/boot_loader_state.h"
 #include "bootloader/file_table.h"
 #include "link/gpio_signal.h"
+#include "link/link.h"
 #include "support/commands.h"
 #include "support/scripted_board.h"
 
@@ -327,7 +328,7 @@ TEST(BootBusyWait, EndsWhenTheLineClearsAndGivesUpAfterThreeSeconds) {
     scripted.emulated.board().setGpioInputs(busyLine);
     ASSERT_TRUE(eventually([] { return (GetGPIOIn() & busyLine) != 0; }));
     start = os::tickMs();
-    EXPECT_FALSE(link::waitWhileGpioSet(busyLine, 3000));
+    EXPECT_FALSE(link::waitWhileGpioSet(link::processLink().shared, busyLine, 3000));
     took = elapsedMs(start);
     EXPECT_GE(took, 3000u);
     EXPECT_LT(took, 3500u);

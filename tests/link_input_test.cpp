@@ -1,4 +1,5 @@
 #include "link/input_dispatch.h"
+#include "link/link.h"
 #include "link/poll_run.h"
 #include "link/report_format.h"
 #include "link/shared_state.h"
@@ -14,10 +15,15 @@ using xdsp::test::Capture;
 using xdsp::test::Text;
 
 namespace {
+// The stores acceptance writes: a link of the test's own.
+Link board;
+SharedState &shared = board.shared;
+
 // A poll thread's run as acceptance sees it, without a device.
 class AcceptanceRun {
   public:
     AcceptanceRun() {
+        run_.link = &board;
         run_.responseEvent = os::eventCreate();
         run_.lastSequence = 0xFF;
     }

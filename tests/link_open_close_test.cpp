@@ -88,7 +88,7 @@ TEST(OpenClose, OpenRunsThePollThreadAndCloseStopsIt) {
     ASSERT_TRUE(emulated.openAndSettle(capture));
     EXPECT_EQ(os::lastError(), 0u);
     EXPECT_EQ(IsOnline(), 1);
-    EXPECT_TRUE(link::linkRunning());
+    EXPECT_TRUE(link::linkRunning(link::processLink()));
 
     os::setLastError(77);
     EXPECT_EQ(IsOnline(), 1);
@@ -98,7 +98,7 @@ TEST(OpenClose, OpenRunsThePollThreadAndCloseStopsIt) {
     EXPECT_EQ(DestroyHIDUSBPacket(), 1);
     EXPECT_EQ(os::lastError(), 0u);
     EXPECT_EQ(IsOnline(), 0);
-    EXPECT_FALSE(link::linkRunning());
+    EXPECT_FALSE(link::linkRunning(link::processLink()));
     std::vector<Text> expected = {WIDE("Closing HID.\n"), WIDE("HID: Cleaning up Poll Thread.\n"),
                                   WIDE("HID: Exiting HID Poll Thread.\n")};
     EXPECT_EQ(capture.pieces(), expected);
@@ -147,7 +147,7 @@ TEST(OpenClose, ZeroReportLengthGivesUpTheThreadButStaysOnline) {
         ASSERT_EQ(InitializeHIDUSBPacketPath(emulated.path().c_str()), 1);
         EXPECT_TRUE(capture.waitFor(WIDE("HID:: HID Init Error: Cancelling Thread.\n"), 2000));
         EXPECT_EQ(IsOnline(), 1);
-        EXPECT_FALSE(link::linkRunning());
+        EXPECT_FALSE(link::linkRunning(link::processLink()));
         SendCommand(0xF000);
         EXPECT_EQ(emulated.board().outputReportCount(), 0u);
         EXPECT_EQ(DestroyHIDUSBPacket(), 1);

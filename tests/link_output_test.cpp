@@ -1,5 +1,5 @@
+#include "link/link.h"
 #include "link/report_format.h"
-#include "link/shared_state.h"
 #include "support/emulated_board.h"
 
 #include <algorithm>
@@ -12,7 +12,7 @@ using namespace xdsp::test;
 TEST(OutputReports, InitTwiceThenCommandsWithTheirSequenceBytes) {
     Capture capture;
     EmulatedBoard emulated;
-    uint16_t firstSequence = link::shared.sequenceCounter.load();
+    uint16_t firstSequence = link::processLink().shared.sequenceCounter.load();
     ASSERT_TRUE(emulated.openAndSettle(capture));
     std::vector<Text> pieces = capture.pieces();
     ASSERT_GE(pieces.size(), 3u);
@@ -46,7 +46,8 @@ TEST(OutputReports, InitTwiceThenCommandsWithTheirSequenceBytes) {
                last[3] == static_cast<uint8_t>(firstSequence + 257) &&
                emulated.board().receivedCommands().size() > 3;
     }));
-    EXPECT_EQ(link::shared.sequenceCounter.load(), static_cast<uint16_t>(firstSequence + 258));
+    EXPECT_EQ(link::processLink().shared.sequenceCounter.load(),
+              static_cast<uint16_t>(firstSequence + 258));
 }
 
 TEST(OutputReports, ProductNameRecordArrivesThroughTheInitAnswers) {

@@ -73,13 +73,13 @@ TEST(ForcedStop, ThreadBlockedInAReadIsStoppedAfterOneSecond) {
     EXPECT_EQ(capture.count(WIDE("HID: Exiting HID Poll Thread.\n")), 0u)
         << "a stopped thread writes nothing more";
     EXPECT_EQ(IsOnline(), 0);
-    EXPECT_FALSE(link::linkRunning());
+    EXPECT_FALSE(link::linkRunning(link::processLink()));
 
     emulated.board().stallReports(false);
     EXPECT_TRUE(eventually([&] { return !emulated.server().hostConnected(); }))
         << "the stopped thread's device is released";
     ASSERT_EQ(InitializeHIDUSBPacketPath(emulated.path().c_str()), 1);
-    EXPECT_TRUE(eventually([] { return link::linkRunning(); }));
+    EXPECT_TRUE(eventually([] { return link::linkRunning(link::processLink()); }));
     EXPECT_EQ(DestroyHIDUSBPacket(), 1);
 }
 

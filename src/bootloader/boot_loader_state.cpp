@@ -3,7 +3,7 @@
 namespace xdsp::bootloader {
 
 namespace {
-BootLoaderState processState;
+BootLoaderState processState{link::processLink()};
 } // namespace
 
 BootLoaderState &processBootLoader() {

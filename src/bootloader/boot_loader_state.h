@@ -1,12 +1,12 @@
-// What the boot loader's commands keep between calls for one board: the
-// transfer settings, the file table, the identification answers and what the
-// initialisation stored. The exports act on one process-wide instance; the
-// internal functions take the state they act on, so that one process can
-// later hold several boards.
+// What the boot loader's commands keep between calls for one board: the link
+// its transfers take, the transfer settings, the file table, the identification answers and what
+// the initialisation stored. The exports act on one process-wide instance; the internal functions
+// take the state they act on, so that one process can later hold several boards.
 #pragma once
 
 #include "bootloader/file_table.h"
 #include "frame/text.h"
+#include "link/link.h"
 
 #include <atomic>
 #include <cstddef>
@@ -43,6 +43,9 @@ struct InitialisationRecord {
 
 // Unguarded but the settings: one boot-loader operation runs at a time.
 struct BootLoaderState {
+    explicit BootLoaderState(link::Link &boardLink) : link(boardLink) {}
+
+    link::Link &link;
     BootLoaderSettings settings;
     FileDescriptor fileTable[fileCount]{};
     IdentificationAnswers answers;

@@ -52,7 +52,7 @@ bool dspStatus(BootLoaderState &state, uint32_t *status) {
     if (prefixed) {
         transfer(state, mask, settingSlow, statCommand, sizeof statCommand, nullptr, 0);
         transfer(state, mask, settingSlow, statPadding, sizeof statPadding, nullptr, 0);
-        waitWhileBootLoaderBusy(mask);
+        waitWhileBootLoaderBusy(state, mask);
         transfer(state, mask, settingSlow, readPrefixBytes, sizeof readPrefixBytes, work,
                  prefixedReadLength);
     } else {

@@ -165,7 +165,7 @@ bool formatFile(BootLoaderState &state, uint32_t fileIndex) {
     }
     debugFormat(WIDE("Format took %d seconds...\n"), static_cast<int>(seconds));
     if (readPrefixOn(state))
-        waitWhileBootLoaderBusy(busyMask(state));
+        waitWhileBootLoaderBusy(state, busyMask(state));
     readReply(state, busyMask(state), reply, slowReplyLength);
     return acknowledgedOrDumped(0x30, reply, slowReplyLength);
 }

@@ -37,7 +37,7 @@ bool readTable(BootLoaderState &state, uint8_t *reply) {
     transfer(state, 0, settingSlow, tableRequest, sizeof tableRequest, nullptr, 0);
     bool delivered;
     if (readPrefixOn(state)) {
-        waitWhileBootLoaderBusy(busyMask(state));
+        waitWhileBootLoaderBusy(state, busyMask(state));
         delivered = transfer(state, busyMask(state), settingSlow, readPrefixBytes,
                              sizeof readPrefixBytes, reply, tableReplyLength);
     } else {
@@ -105,7 +105,7 @@ void queryRecord(BootLoaderState &state, const Char16 *query, uint8_t *reply) {
     uint32_t length = static_cast<uint32_t>(encodeBootCommand(command, query));
     std::memset(reply, 0, recordBufferBytes);
     if (readPrefixOn(state)) {
-        bootExchange(spiSelect(state), busyMask(state), settingFast, command, length, reply,
+        bootExchange(state, spiSelect(state), busyMask(state), settingFast, command, length, reply,
                      recordReplyLength);
         return;
     }

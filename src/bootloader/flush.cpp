@@ -25,11 +25,11 @@ void flush(BootLoaderState &state) {
         std::memcpy(pattern, readPrefixBytes, sizeof readPrefixBytes);
     uint8_t dropped[patternLength];
     commands::SpiSettings settings{spiSelect(state), 0, flushMode, spiSettingA, settingFast};
-    commands::spiTransfer(settings, pattern, patternLength, dropped, patternLength);
+    commands::spiTransfer(state.link, settings, pattern, patternLength, dropped, patternLength);
     // Stops as soon as the boot loader raises its busy line: it has something
     // of its own to say again.
     for (int i = 0; i < shortTransfers && !bootLoaderBusy(state); ++i)
-        commands::spiTransfer(settings, pattern, shortLength, dropped, shortLength);
+        commands::spiTransfer(state.link, settings, pattern, shortLength, dropped, shortLength);
 }
 
 } // namespace xdsp::bootloader

@@ -29,37 +29,38 @@ void setSelectAndMask(BootLoaderState &state, uint16_t select, uint16_t mask) {
 bool transfer(const BootLoaderState &state, uint16_t busyBits, uint16_t settingB,
               const uint8_t *writeData, uint32_t writeLength, uint8_t *readData,
               uint32_t readLength) {
-    return commands::spiTransfer({spiSelect(state), busyBits, 0, spiSettingA, settingB}, writeData,
-                                 writeLength, readData, readLength);
+    return commands::spiTransfer(state.link, {spiSelect(state), busyBits, 0, spiSettingA, settingB},
+                                 writeData, writeLength, readData, readLength);
 }
 
 bool bootLoaderBusy(const BootLoaderState &state) {
-    return (link::shared.gpioWord.load() & busyMask(state)) != 0;
+    return (state.link.shared.gpioWord.load() & busyMask(state)) != 0;
 }
 
 // Sleeps until the poll thread stores a changed GPIO word rather than yielding
 // in a loop, so the wait ends within one input report of the line clearing.
-void waitWhileBootLoaderBusy(uint16_t busyBits) {
-    link::waitWhileGpioSet(busyBits, busyLineTimeoutMs);
+void waitWhileBootLoaderBusy(const BootLoaderState &state, uint16_t busyBits) {
+    link::waitWhileGpioSet(state.link.shared, busyBits, busyLineTimeoutMs);
 }
 
-void bootExchange(uint16_t exchangeSelect, uint16_t busyBits, uint16_t settingB,
-                  const uint8_t *command, uint32_t commandLength, uint8_t *reply,
+void bootExchange(const BootLoaderState &state, uint16_t exchangeSelect, uint16_t busyBits,
+                  uint16_t settingB, const uint8_t *command, uint32_t commandLength, uint8_t *reply,
                   uint32_t replyLength) {
     commands::SpiSettings settings{exchangeSelect, busyBits, 0, spiSettingA, settingB};
     if (commandLength != 0)
-        commands::spiTransfer(settings, command, commandLength, nullptr, 0);
+        commands::spiTransfer(state.link, settings, command, commandLength, nullptr, 0);
     if (replyLength == 0)
         return;
-    waitWhileBootLoaderBusy(busyBits);
-    commands::spiTransfer(settings, readPrefixBytes, sizeof readPrefixBytes, reply, replyLength);
+    waitWhileBootLoaderBusy(state, busyBits);
+    commands::spiTransfer(state.link, settings, readPrefixBytes, sizeof readPrefixBytes, reply,
+                          replyLength);
 }
 
 void standardExchange(BootLoaderState &state, const uint8_t *command, uint32_t commandLength,
                       uint8_t *reply, uint32_t replyLength) {
     if (readPrefixOn(state)) {
-        bootExchange(spiSelect(state), busyMask(state), settingFast, command, commandLength, reply,
-                     replyLength);
+        bootExchange(state, spiSelect(state), busyMask(state), settingFast, command, commandLength,
+                     reply, replyLength);
         return;
     }
     flush(state);
@@ -69,8 +70,8 @@ void standardExchange(BootLoaderState &state, const uint8_t *command, uint32_t c
 void directExchange(BootLoaderState &state, uint16_t settingB, const uint8_t *command,
                     uint32_t commandLength, uint8_t *reply, uint32_t replyLength) {
     if (readPrefixOn(state)) {
-        bootExchange(spiSelect(state), busyMask(state), settingB, command, commandLength, reply,
-                     replyLength);
+        bootExchange(state, spiSelect(state), busyMask(state), settingB, command, commandLength,
+                     reply, replyLength);
         return;
     }
     transfer(state, busyMask(state), settingB, command, commandLength, reply, replyLength);

@@ -58,7 +58,7 @@ bool transfer(const BootLoaderState &state, uint16_t mask, uint16_t settingB,
 
 // Waits up to 3000 ms while a bit of the busy mask is set in the GPIO word;
 // running out of time is not an error.
-void waitWhileBootLoaderBusy(uint16_t mask);
+void waitWhileBootLoaderBusy(const BootLoaderState &state, uint16_t mask);
 bool bootLoaderBusy(const BootLoaderState &state);
 
 // Drains reply bytes the boot loader may still hold (at most 136 bytes, ending
@@ -67,8 +67,9 @@ void flush(BootLoaderState &state);
 
 // Read-prefix pattern: the command (if any), then, when a reply is wanted, the
 // busy wait and "RD" with the read.
-void bootExchange(uint16_t select, uint16_t mask, uint16_t settingB, const uint8_t *command,
-                  uint32_t commandLength, uint8_t *reply, uint32_t replyLength);
+void bootExchange(const BootLoaderState &state, uint16_t select, uint16_t mask, uint16_t settingB,
+                  const uint8_t *command, uint32_t commandLength, uint8_t *reply,
+                  uint32_t replyLength);
 
 // The standard exchange: with the read prefix bootExchange at setting 100,
 // without it a flush and one transfer that writes and reads.

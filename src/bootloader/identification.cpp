@@ -70,7 +70,7 @@ void readMemoryReply(BootLoaderState &state, uint8_t *reply) {
     uint16_t mask = busyMask(state);
     if (readPrefixOn(state)) {
         transfer(state, mask, settingSlow, memoryCommand, sizeof memoryCommand, nullptr, 0);
-        waitWhileBootLoaderBusy(mask);
+        waitWhileBootLoaderBusy(state, mask);
         transfer(state, mask, settingSlow, readPrefixBytes, sizeof readPrefixBytes, reply, 22);
     } else {
         transfer(state, mask, settingSlow, memoryCommand, sizeof memoryCommand, reply, 22);

@@ -16,8 +16,8 @@ void sendPacket(BootLoaderState &state, const uint8_t *packet) {
     uint8_t reply[packetReplyLength];
     // The reply is read to keep the boot loader in step, never looked at.
     if (readPrefixOn(state))
-        bootExchange(spiSelect(state), busyMask(state), settingSlow, packet, packetBytes, reply,
-                     packetReplyLength);
+        bootExchange(state, spiSelect(state), busyMask(state), settingSlow, packet, packetBytes,
+                     reply, packetReplyLength);
     else
         transfer(state, busyMask(state), settingSlow, packet, packetBytes, reply,
                  packetReplyLength);

@@ -2,39 +2,42 @@
 // Each sets the last-error as its export documents.
 #pragma once
 
+#include "link/link.h"
+
 #include <cstddef>
 #include <cstdint>
 
 namespace xdsp::commands {
 
 // Flash by address; at most 256 bytes a call, larger counts are cut.
-bool writeFlash(uint32_t address, uint16_t flashWord, const uint8_t *data, uint32_t count);
-bool readFlash(uint32_t address, uint8_t *buffer, uint32_t count);
+bool writeFlash(link::Link &link, uint32_t address, uint16_t flashWord, const uint8_t *data,
+                uint32_t count);
+bool readFlash(link::Link &link, uint32_t address, uint8_t *buffer, uint32_t count);
 
-bool setPins(uint16_t pins);
-uint16_t getPins();
+bool setPins(link::Link &link, uint16_t pins);
+uint16_t getPins(link::Link &link);
 
-bool tedsTransfer(uint16_t control, const uint8_t *writeData, uint32_t writeCount,
+bool tedsTransfer(link::Link &link, uint16_t control, const uint8_t *writeData, uint32_t writeCount,
                   uint8_t *readData, uint32_t readCount);
 
-bool writeCalibration(const uint8_t *block);
-int32_t readCalibration(uint8_t *block);
+bool writeCalibration(link::Link &link, const uint8_t *block);
+int32_t readCalibration(link::Link &link, uint8_t *block);
 
-void bootBoard(bool firstForm);
-void suspendBoard();
+void bootBoard(link::Link &link, bool firstForm);
+void suspendBoard(link::Link &link);
 
 // Board outputs: GPIO, ADC sampling, the Pellix record.
-void setGpioOutputs(uint16_t gpioOut);
-uint32_t enableAdc(bool enable);
-void writePellix(uint32_t valueA, uint16_t valueB, uint8_t valueC);
+void setGpioOutputs(link::Link &link, uint16_t gpioOut);
+uint32_t enableAdc(link::Link &link, bool enable);
+void writePellix(link::Link &link, uint32_t valueA, uint16_t valueB, uint8_t valueC);
 
 // Board state the poll thread keeps, and the records the board sends.
-uint16_t gpioInputs();
-uint16_t adcValue(uint32_t channel);
-bool deviceInitialized();
-void productNameRecord(uint8_t *record);
-void requestLayout();
-uint32_t layoutRecord(uint8_t *record);
-void pellixRecord(uint8_t *record);
+uint16_t gpioInputs(link::Link &link);
+uint16_t adcValue(link::Link &link, uint32_t channel);
+bool deviceInitialized(link::Link &link);
+void productNameRecord(link::Link &link, uint8_t *record);
+void requestLayout(link::Link &link);
+uint32_t layoutRecord(link::Link &link, uint8_t *record);
+void pellixRecord(link::Link &link, uint8_t *record);
 
 } // namespace xdsp::commands

@@ -15,16 +15,16 @@ namespace {
 constexpr size_t blockOffset = 13;
 constexpr size_t blockLength = XDSP_CALIBRATION_BLOCK_SIZE;
 constexpr size_t payloadEnd = blockOffset + blockLength;
-static_assert(sizeof link::shared.calibrationRecord == blockLength);
+static_assert(sizeof(link::SharedState::calibrationRecord) == blockLength);
 } // namespace
 
-bool writeCalibration(const uint8_t *block) {
-    size_t outputLength = requireLink();
+bool writeCalibration(link::Link &link, const uint8_t *block) {
+    size_t outputLength = requireLink(link);
     if (outputLength == 0 || !reportHolds(WIDE("WriteCalibrate"), outputLength, payloadEnd) ||
         !bufferGiven(WIDE("WriteCalibrate"), WIDE("block"), block, blockLength))
         return false;
     CommandOutcome outcome =
-        runCommand(writeCalibrationCommand, 0, payloadEnd, [&](uint8_t *staging) {
+        runCommand(link, writeCalibrationCommand, 0, payloadEnd, [&](uint8_t *staging) {
             std::memcpy(staging + blockOffset, block, blockLength);
         });
     if (!outcome.sent)
@@ -33,16 +33,16 @@ bool writeCalibration(const uint8_t *block) {
     return true;
 }
 
-int32_t readCalibration(uint8_t *block) {
-    if (requireLink() == 0 ||
+int32_t readCalibration(link::Link &link, uint8_t *block) {
+    if (requireLink(link) == 0 ||
         !bufferGiven(WIDE("ReadCalibrate"), WIDE("block"), block, blockLength))
         return 0;
-    CommandOutcome outcome = runCommand(readCalibrationCommand);
+    CommandOutcome outcome = runCommand(link, readCalibrationCommand);
     if (!outcome.sent)
         return outcome.failureResult;
-    if (!responseArrived())
+    if (!responseArrived(link))
         return 0;
-    link::loadBytes(block, link::shared.calibrationRecord, blockLength);
+    link::loadBytes(block, link.shared.calibrationRecord, blockLength);
     succeed(readCalibrationCommand);
     return 1;
 }

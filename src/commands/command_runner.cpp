@@ -9,52 +9,52 @@ namespace xdsp::commands {
 namespace {
 constexpr uint32_t busyPollMs = 1;
 constexpr uint8_t zeros[responseBufferSize] = {};
-static_assert(sizeof link::shared.responseBuffer == responseBufferSize);
-static_assert(sizeof link::shared.tedsBuffer == responseBufferSize);
+static_assert(sizeof(link::SharedState::responseBuffer) == responseBufferSize);
+static_assert(sizeof(link::SharedState::tedsBuffer) == responseBufferSize);
 
-bool busy() {
-    return (link::shared.statusWord.load() & link::status::busy) != 0;
+bool busy(link::Link &link) {
+    return (link.shared.statusWord.load() & link::status::busy) != 0;
 }
 
 // The report event is reset and the next input report awaited; whether it
 // came is not examined.
-void awaitFreshReport() {
-    link::resetReportEvent();
-    link::waitForReport(link::reportTimeoutMs);
+void awaitFreshReport(link::Link &link) {
+    link::resetReportEvent(link);
+    link::waitForReport(link, link::reportTimeoutMs);
 }
 
 // Polls the status word every 1 ms for at most the bound; the command goes out
 // either way.
-void waitWhileBusy(const CommandDescription &command) {
-    if (!busy())
+void waitWhileBusy(link::Link &link, const CommandDescription &command) {
+    if (!busy(link))
         return;
     debugWrite(WIDE("Waiting for previous command to complete..."));
     uint32_t start = os::tickMs();
     // Unsigned differences stay right across the tick count's wrap.
-    while (busy() && os::tickMs() - start < command.busyBoundMs)
+    while (busy(link) && os::tickMs() - start < command.busyBoundMs)
         os::sleepMs(busyPollMs);
-    bool timedOut = busy() && command.showsBusyTimeout;
+    bool timedOut = busy(link) && command.showsBusyTimeout;
     // compat: two blanks before "(timeout)", kept word for word.
     debugWrite(timedOut ? WIDE("Done.  (timeout)\n") : WIDE("Done.\n"));
 }
 
-void clearStore(ClearedStore store) {
+void clearStore(link::Link &link, ClearedStore store) {
     switch (store) {
     case ClearedStore::none:
         return;
     case ClearedStore::responseBuffer:
-        link::storeBytes(link::shared.responseBuffer, zeros, sizeof zeros);
+        link::storeBytes(link.shared.responseBuffer, zeros, sizeof zeros);
         return;
     case ClearedStore::tedsBuffer:
-        link::storeBytes(link::shared.tedsBuffer, zeros, sizeof zeros);
+        link::storeBytes(link.shared.tedsBuffer, zeros, sizeof zeros);
         return;
     }
 }
 
 // The error bit after the command: "Command Error...", the message box
 // (caption "Error", a plain OK box) and last-error 1359.
-bool commandFailed(const Char16 *boxText) {
-    if ((link::shared.statusWord.load() & link::status::error) == 0)
+bool commandFailed(link::Link &link, const Char16 *boxText) {
+    if ((link.shared.statusWord.load() & link::status::error) == 0)
         return false;
     debugWrite(WIDE("Command Error..."));
     // compat: caption "Error" and a plain OK box, as users know it.
@@ -64,35 +64,35 @@ bool commandFailed(const Char16 *boxText) {
 }
 } // namespace
 
-size_t requireLink() {
-    size_t length = link::StagingAccess().length();
+size_t requireLink(link::Link &link) {
+    size_t length = link::StagingAccess(link).length();
     if (length == 0)
         os::setLastError(os::error::invalidHandle);
     return length;
 }
 
-void beginCommand(const CommandDescription &command, uint32_t openingValue) {
+void beginCommand(link::Link &link, const CommandDescription &command, uint32_t openingValue) {
     if (command.openingLine != nullptr)
         debugFormat(command.openingLine, openingValue);
     if (command.awaitsFreshReport)
-        awaitFreshReport();
-    waitWhileBusy(command);
+        awaitFreshReport(link);
+    waitWhileBusy(link, command);
     if (command.resetsResponse)
-        link::resetResponseEvent();
+        link::resetResponseEvent(link);
 }
 
-CommandOutcome completeCommand(const CommandDescription &command) {
-    clearStore(command.clears);
-    link::sendCommand(command.code);
+CommandOutcome completeCommand(link::Link &link, const CommandDescription &command) {
+    clearStore(link, command.clears);
+    link::sendCommand(link, command.code);
     if (command.awaitsNextReport)
-        link::waitForReport(link::reportTimeoutMs);
+        link::waitForReport(link, link::reportTimeoutMs);
     if (command.sentLine != nullptr)
         debugWrite(command.sentLine);
     if (command.settleMs != 0) {
         os::sleepMs(command.settleMs);
-        awaitFreshReport();
+        awaitFreshReport(link);
     }
-    if (command.errorBoxText != nullptr && commandFailed(command.errorBoxText))
+    if (command.errorBoxText != nullptr && commandFailed(link, command.errorBoxText))
         return {false, command.errorResult};
     return {true, 0};
 }
@@ -102,9 +102,9 @@ CommandOutcome linkLost() {
     return {false, 0};
 }
 
-bool responseArrived() {
-    link::waitForResponse(link::responseTimeoutMs);
-    if (link::waitForResponse(0))
+bool responseArrived(link::Link &link) {
+    link::waitForResponse(link, link::responseTimeoutMs);
+    if (link::waitForResponse(link, 0))
         return true;
     debugWrite(WIDE("Invalid SPI Response.\n"));
     debugWrite(WIDE("SPI Complete.\n"));

@@ -16,7 +16,7 @@ inline constexpr size_t responseBufferSize = 1024;
 
 // The output report length of the running link; 0, with last-error 6, when no
 // poll thread runs. Commands call it first, then check their arguments.
-size_t requireLink();
+size_t requireLink(link::Link &link);
 
 struct CommandOutcome {
     // False: the command stopped with its last-error set, and the export
@@ -26,39 +26,39 @@ struct CommandOutcome {
 };
 
 // The steps up to the staging of the payload.
-void beginCommand(const CommandDescription &command, uint32_t openingValue);
+void beginCommand(link::Link &link, const CommandDescription &command, uint32_t openingValue);
 // The steps from the clearing of the store on.
-CommandOutcome completeCommand(const CommandDescription &command);
-// A link that went away between requireLink() and the staging: last-error 6.
+CommandOutcome completeCommand(link::Link &link, const CommandDescription &command);
+// A link that went away between requireLink(link) and the staging: last-error 6.
 CommandOutcome linkLost();
 
 // Runs the handshake; stagePayload writes the payload, which ends at
 // payloadEnd, into the staging report under the link lock.
 template <typename StagePayload>
-CommandOutcome runCommand(const CommandDescription &command, uint32_t openingValue,
-                          size_t payloadEnd, StagePayload stagePayload) {
-    beginCommand(command, openingValue);
+CommandOutcome runCommand(link::Link &link, const CommandDescription &command,
+                          uint32_t openingValue, size_t payloadEnd, StagePayload stagePayload) {
+    beginCommand(link, command, openingValue);
     {
-        link::StagingAccess staging;
+        link::StagingAccess staging(link);
         // A link that went away, or came back with a shorter report, since
-        // requireLink().
+        // requireLink(link).
         if (staging.bytes() == nullptr || payloadEnd > staging.length())
             return linkLost();
         stagePayload(staging.bytes());
     }
-    return completeCommand(command);
+    return completeCommand(link, command);
 }
 
 // A command without payload stages nothing and takes no lock.
-inline CommandOutcome runCommand(const CommandDescription &command) {
-    beginCommand(command, 0);
-    return completeCommand(command);
+inline CommandOutcome runCommand(link::Link &link, const CommandDescription &command) {
+    beginCommand(link, command, 0);
+    return completeCommand(link, command);
 }
 
 // Waits up to 10000 ms for the response event and tests it once more; when it
 // is not set, writes "Invalid SPI Response.\n" and "SPI Complete.\n" and sets
 // last-error 1359.
-bool responseArrived();
+bool responseArrived(link::Link &link);
 
 // The command's pause, then last-error 0.
 void succeed(const CommandDescription &command);

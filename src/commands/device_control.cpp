@@ -18,24 +18,25 @@ constexpr size_t pellixPad = 20;
 constexpr size_t pellixEnd = 21;
 } // namespace
 
-void setGpioOutputs(uint16_t gpioOut) {
+void setGpioOutputs(link::Link &link, uint16_t gpioOut) {
     // Stored first: every later header carries it, even without a link now.
-    link::shared.gpioOutputWord.store(gpioOut);
-    link::sendCommand(link::command::applyGpio);
+    link.shared.gpioOutputWord.store(gpioOut);
+    link::sendCommand(link, link::command::applyGpio);
 }
 
-uint32_t enableAdc(bool enable) {
-    link::sendCommand(enable ? link::command::adcOn : link::command::adcOff);
-    return link::waitForReport(link::reportTimeoutMs) ? XDSP_WAIT_SIGNALLED : XDSP_WAIT_TIMEOUT;
+uint32_t enableAdc(link::Link &link, bool enable) {
+    link::sendCommand(link, enable ? link::command::adcOn : link::command::adcOff);
+    return link::waitForReport(link, link::reportTimeoutMs) ? XDSP_WAIT_SIGNALLED
+                                                            : XDSP_WAIT_TIMEOUT;
 }
 
-void writePellix(uint32_t valueA, uint16_t valueB, uint8_t valueC) {
-    size_t outputLength = requireLink();
+void writePellix(link::Link &link, uint32_t valueA, uint16_t valueB, uint8_t valueC) {
+    size_t outputLength = requireLink(link);
     if (outputLength == 0 || !reportHolds(WIDE("WritePellix"), outputLength, pellixEnd))
         return;
     // Bounded so that stuck busy bits cannot hang the caller; the record is
     // sent anyway, as the other commands send theirs.
-    runCommand(writePellixCommand, 0, pellixEnd, [&](uint8_t *staging) {
+    runCommand(link, writePellixCommand, 0, pellixEnd, [&](uint8_t *staging) {
         link::writeWord(staging, pellixValueA, static_cast<uint16_t>(valueA));
         link::writeWord(staging, pellixValueA + 2, static_cast<uint16_t>(valueA >> 16));
         link::writeWord(staging, pellixValueB, valueB);

@@ -28,8 +28,9 @@ void stageAddress(uint8_t *staging, uint32_t address, uint16_t flashWord, uint32
 }
 } // namespace
 
-bool writeFlash(uint32_t address, uint16_t flashWord, const uint8_t *data, uint32_t count) {
-    size_t outputLength = requireLink();
+bool writeFlash(link::Link &link, uint32_t address, uint16_t flashWord, const uint8_t *data,
+                uint32_t count) {
+    size_t outputLength = requireLink(link);
     if (outputLength == 0)
         return false;
     uint32_t sent = std::min(count, largestTransfer);
@@ -38,7 +39,7 @@ bool writeFlash(uint32_t address, uint16_t flashWord, const uint8_t *data, uint3
         return false;
 
     CommandOutcome outcome =
-        runCommand(writeFlashCommand, address, payloadEnd, [&](uint8_t *staging) {
+        runCommand(link, writeFlashCommand, address, payloadEnd, [&](uint8_t *staging) {
             stageAddress(staging, address, flashWord, sent);
             if (sent != 0)
                 std::memcpy(staging + dataOffset, data, sent);
@@ -49,8 +50,8 @@ bool writeFlash(uint32_t address, uint16_t flashWord, const uint8_t *data, uint3
     return true;
 }
 
-bool readFlash(uint32_t address, uint8_t *buffer, uint32_t count) {
-    size_t outputLength = requireLink();
+bool readFlash(link::Link &link, uint32_t address, uint8_t *buffer, uint32_t count) {
+    size_t outputLength = requireLink(link);
     if (outputLength == 0)
         return false;
     uint32_t wanted = std::min(count, largestTransfer);
@@ -58,15 +59,15 @@ bool readFlash(uint32_t address, uint8_t *buffer, uint32_t count) {
         !bufferGiven(WIDE("ReadFLASH"), WIDE("buffer"), buffer, wanted))
         return false;
 
-    CommandOutcome outcome = runCommand(readFlashCommand, 0, payloadEnd, [&](uint8_t *staging) {
-        stageAddress(staging, address, 0, wanted);
-    });
+    CommandOutcome outcome =
+        runCommand(link, readFlashCommand, 0, payloadEnd,
+                   [&](uint8_t *staging) { stageAddress(staging, address, 0, wanted); });
     if (!outcome.sent)
         return false;
     // compat: whatever came is copied, so a late or short answer leaves
     // earlier bytes in the buffer, and the read still succeeds.
-    link::waitForResponse(link::responseTimeoutMs);
-    link::loadBytes(buffer, link::shared.responseBuffer, wanted);
+    link::waitForResponse(link, link::responseTimeoutMs);
+    link::loadBytes(buffer, link.shared.responseBuffer, wanted);
     succeed(readFlashCommand);
     return true;
 }

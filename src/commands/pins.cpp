@@ -14,29 +14,29 @@ constexpr size_t payloadEnd = 17;
 constexpr size_t pinsInRecord = 2;
 } // namespace
 
-bool setPins(uint16_t pins) {
-    size_t outputLength = requireLink();
+bool setPins(link::Link &link, uint16_t pins) {
+    size_t outputLength = requireLink(link);
     if (outputLength == 0 || !reportHolds(WIDE("SetPIN"), outputLength, payloadEnd))
         return false;
-    CommandOutcome outcome = runCommand(setPinCommand, pins, payloadEnd, [&](uint8_t *staging) {
-        link::writeWord(staging, pinsField, pins);
-    });
+    CommandOutcome outcome =
+        runCommand(link, setPinCommand, pins, payloadEnd,
+                   [&](uint8_t *staging) { link::writeWord(staging, pinsField, pins); });
     if (!outcome.sent)
         return false;
     succeed(setPinCommand);
     return true;
 }
 
-uint16_t getPins() {
-    if (requireLink() == 0)
+uint16_t getPins(link::Link &link) {
+    if (requireLink(link) == 0)
         return 0;
-    CommandOutcome outcome = runCommand(getPinCommand);
+    CommandOutcome outcome = runCommand(link, getPinCommand);
     if (!outcome.sent)
         return static_cast<uint16_t>(outcome.failureResult);
-    if (!responseArrived())
+    if (!responseArrived(link))
         return 0;
     uint8_t value[2];
-    link::loadBytes(value, link::shared.pinRecord + pinsInRecord, sizeof value);
+    link::loadBytes(value, link.shared.pinRecord + pinsInRecord, sizeof value);
     succeed(getPinCommand);
     return link::readWord(value, 0);
 }

@@ -6,20 +6,20 @@
 namespace xdsp::commands {
 
 namespace {
-void runPowerCommand(const CommandDescription &command) {
-    if (requireLink() == 0)
+void runPowerCommand(link::Link &link, const CommandDescription &command) {
+    if (requireLink(link) == 0)
         return;
-    if (runCommand(command).sent)
+    if (runCommand(link, command).sent)
         succeed(command);
 }
 } // namespace
 
-void bootBoard(bool firstForm) {
-    runPowerCommand(firstForm ? bootCommand : bootSecondFormCommand);
+void bootBoard(link::Link &link, bool firstForm) {
+    runPowerCommand(link, firstForm ? bootCommand : bootSecondFormCommand);
 }
 
-void suspendBoard() {
-    runPowerCommand(suspendCommand);
+void suspendBoard(link::Link &link) {
+    runPowerCommand(link, suspendCommand);
 }
 
 } // namespace xdsp::commands

@@ -41,13 +41,13 @@ void stageSettings(uint8_t *staging, const SpiSettings &settings) {
 }
 
 // The read phase that ends both kinds of transfer.
-bool finishTransfer(uint8_t *readData, uint32_t readLength) {
+bool finishTransfer(link::Link &link, uint8_t *readData, uint32_t readLength) {
     if (readLength != 0) {
-        link::waitForResponse(link::responseTimeoutMs);
+        link::waitForResponse(link, link::responseTimeoutMs);
         // Copied whether or not the answer came: the buffer was cleared, so a
         // missing or short answer reads as zeros.
-        link::loadBytes(readData, link::shared.responseBuffer, readLength);
-        if (!link::waitForResponse(0)) {
+        link::loadBytes(readData, link.shared.responseBuffer, readLength);
+        if (!link::waitForResponse(link, 0)) {
             debugWrite(WIDE("Invalid SPI Response.\n"));
             debugWrite(WIDE("SPI Complete.\n"));
             os::setLastError(os::error::internalError);
@@ -61,10 +61,10 @@ bool finishTransfer(uint8_t *readData, uint32_t readLength) {
 }
 } // namespace
 
-bool spiTransfer(const SpiSettings &settings, const uint8_t *writeData, uint32_t writeLength,
-                 uint8_t *readData, uint32_t readLength) {
+bool spiTransfer(link::Link &link, const SpiSettings &settings, const uint8_t *writeData,
+                 uint32_t writeLength, uint8_t *readData, uint32_t readLength) {
     const Char16 *name = WIDE("WriteSPIEx");
-    size_t outputLength = requireLink();
+    size_t outputLength = requireLink(link);
     if (outputLength == 0)
         return false;
     if (!reportHolds(name, outputLength, field::writeData) ||
@@ -75,22 +75,22 @@ bool spiTransfer(const SpiSettings &settings, const uint8_t *writeData, uint32_t
         !bufferGiven(name, WIDE("readData"), readData, readLength))
         return false;
 
-    CommandOutcome outcome =
-        runCommand(spiTransferCommand, 0, field::writeData + writeLength, [&](uint8_t *staging) {
+    CommandOutcome outcome = runCommand(
+        link, spiTransferCommand, 0, field::writeData + writeLength, [&](uint8_t *staging) {
             link::writeWord(staging, field::readLength, static_cast<uint16_t>(readLength));
             stageSettings(staging, settings);
             link::writeWord(staging, field::writeLength, static_cast<uint16_t>(writeLength));
             if (writeLength != 0)
                 std::memcpy(staging + field::writeData, writeData, writeLength);
         });
-    return outcome.sent && finishTransfer(readData, readLength);
+    return outcome.sent && finishTransfer(link, readData, readLength);
 }
 
-bool spiBatch(const SpiSettings &settings, const uint8_t *batchList, uint32_t batchListLength,
-              const uint8_t *batchData, uint32_t batchDataLength, uint8_t *readData,
-              uint32_t readLength) {
+bool spiBatch(link::Link &link, const SpiSettings &settings, const uint8_t *batchList,
+              uint32_t batchListLength, const uint8_t *batchData, uint32_t batchDataLength,
+              uint8_t *readData, uint32_t readLength) {
     const Char16 *name = WIDE("BatchSPI");
-    size_t outputLength = requireLink();
+    size_t outputLength = requireLink(link);
     if (outputLength == 0)
         return false;
     size_t listEnd = field::batchList + batchListLength + 1;
@@ -105,20 +105,21 @@ bool spiBatch(const SpiSettings &settings, const uint8_t *batchList, uint32_t ba
         return false;
 
     size_t payloadEnd = batchDataLength != 0 ? field::batchData + batchDataLength : listEnd;
-    CommandOutcome outcome = runCommand(spiBatchCommand, 0, payloadEnd, [&](uint8_t *staging) {
-        stageSettings(staging, settings);
-        if (batchListLength != 0)
-            std::memcpy(staging + field::batchList, batchList, batchListLength);
-        staging[field::batchList + batchListLength] = listTerminator;
-        link::writeWord(staging, field::readLength, static_cast<uint16_t>(readLength));
-        if (batchDataLength != 0)
-            std::memcpy(staging + field::batchData, batchData, batchDataLength);
-    });
+    CommandOutcome outcome =
+        runCommand(link, spiBatchCommand, 0, payloadEnd, [&](uint8_t *staging) {
+            stageSettings(staging, settings);
+            if (batchListLength != 0)
+                std::memcpy(staging + field::batchList, batchList, batchListLength);
+            staging[field::batchList + batchListLength] = listTerminator;
+            link::writeWord(staging, field::readLength, static_cast<uint16_t>(readLength));
+            if (batchDataLength != 0)
+                std::memcpy(staging + field::batchData, batchData, batchDataLength);
+        });
     if (!outcome.sent)
         return false;
     if (readLength != 0)
         debugWrite(WIDE("Command Sent.  Waiting for SPI Response...\n"));
-    return finishTransfer(readData, readLength);
+    return finishTransfer(link, readData, readLength);
 }
 
 } // namespace xdsp::commands

@@ -3,6 +3,8 @@
 // boot loader's and the audio firmware's framing run on spiTransfer.
 #pragma once
 
+#include "link/link.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -19,10 +21,10 @@ struct SpiSettings {
 // True with last-error 0 on success; false with 6 (no link), 87 (an argument
 // that does not fit: nothing staged or sent) or 1359 (a read whose answer did
 // not come: readData then holds zeros).
-bool spiTransfer(const SpiSettings &settings, const uint8_t *writeData, uint32_t writeLength,
-                 uint8_t *readData, uint32_t readLength);
-bool spiBatch(const SpiSettings &settings, const uint8_t *batchList, uint32_t batchListLength,
-              const uint8_t *batchData, uint32_t batchDataLength, uint8_t *readData,
-              uint32_t readLength);
+bool spiTransfer(link::Link &link, const SpiSettings &settings, const uint8_t *writeData,
+                 uint32_t writeLength, uint8_t *readData, uint32_t readLength);
+bool spiBatch(link::Link &link, const SpiSettings &settings, const uint8_t *batchList,
+              uint32_t batchListLength, const uint8_t *batchData, uint32_t batchDataLength,
+              uint8_t *readData, uint32_t readLength);
 
 } // namespace xdsp::commands

@@ -21,10 +21,10 @@ constexpr size_t dataOffset = 19;
 constexpr uint32_t largestFieldValue = 0xFFFF;
 } // namespace
 
-bool tedsTransfer(uint16_t control, const uint8_t *writeData, uint32_t writeCount,
+bool tedsTransfer(link::Link &link, uint16_t control, const uint8_t *writeData, uint32_t writeCount,
                   uint8_t *readData, uint32_t readCount) {
     const Char16 *name = WIDE("WriteTEDS");
-    size_t outputLength = requireLink();
+    size_t outputLength = requireLink(link);
     if (outputLength == 0)
         return false;
     // Counts that would run past the report, the 16-bit fields or the TEDS
@@ -39,7 +39,7 @@ bool tedsTransfer(uint16_t control, const uint8_t *writeData, uint32_t writeCoun
         return false;
 
     CommandOutcome outcome =
-        runCommand(tedsCommand, 0, dataOffset + writeCount, [&](uint8_t *staging) {
+        runCommand(link, tedsCommand, 0, dataOffset + writeCount, [&](uint8_t *staging) {
             link::writeWord(staging, controlField, control);
             link::writeWord(staging, readCountField, static_cast<uint16_t>(readCount));
             link::writeWord(staging, writeCountField, static_cast<uint16_t>(writeCount));
@@ -53,9 +53,9 @@ bool tedsTransfer(uint16_t control, const uint8_t *writeData, uint32_t writeCoun
         succeed(tedsCommand);
         return true;
     }
-    link::waitForResponse(link::responseTimeoutMs);
-    link::loadBytes(readData, link::shared.tedsBuffer, readCount);
-    bool answered = link::waitForResponse(0);
+    link::waitForResponse(link, link::responseTimeoutMs);
+    link::loadBytes(readData, link.shared.tedsBuffer, readCount);
+    bool answered = link::waitForResponse(link, 0);
     debugWrite(answered ? WIDE("Valid TEDS Response.\n") : WIDE("Invalid TEDS Response.\n"));
     debugWrite(WIDE("TEDS Complete.\n"));
     if (!answered) {

@@ -3,14 +3,17 @@
 #include "link/poll_run.h"
 #include "link/transaction.h"
 
+// Every export acts on the one link of the process.
+using xdsp::link::processLink;
+
 extern "C" {
 
 XDSP_EXPORT void XDSP_API SendCommand(uint16_t commandCode) {
-    xdsp::link::sendCommand(commandCode);
+    xdsp::link::sendCommand(processLink(), commandCode);
 }
 
 XDSP_EXPORT xdsp_bool XDSP_API InitializeHIDUSBPacketPath(const xdsp_char16 *devicePath) {
-    return xdsp::link::openLink(devicePath) ? 1 : 0;
+    return xdsp::link::openLink(processLink(), devicePath) ? 1 : 0;
 }
 
 XDSP_EXPORT xdsp_bool XDSP_API InitializeHIDUSBPacket(const xdsp_device_record *record) {
@@ -22,7 +25,7 @@ XDSP_EXPORT xdsp_bool XDSP_API InitializeHIDUSBPacket(const xdsp_device_record *
 }
 
 XDSP_EXPORT xdsp_bool XDSP_API DestroyHIDUSBPacket(void) {
-    if (!xdsp::link::closeLink()) {
+    if (!xdsp::link::closeLink(processLink())) {
         xdsp::os::setLastError(xdsp::os::error::deviceUnavailable);
         return 0;
     }
@@ -31,6 +34,6 @@ XDSP_EXPORT xdsp_bool XDSP_API DestroyHIDUSBPacket(void) {
 }
 
 XDSP_EXPORT xdsp_bool XDSP_API IsOnline(void) {
-    return xdsp::link::linkOnline() ? 1 : 0;
+    return xdsp::link::linkOnline(processLink()) ? 1 : 0;
 }
 }

@@ -6,7 +6,8 @@ namespace xdsp::link {
 
 namespace {
 // Process-wide rather than per run: a wait may outlast a link, or start before
-// one opens. Made on first use, so loading the library allocates nothing.
+// one opens; a change of another board's word only wakes a waiter to look
+// again. Made on first use, so loading the library allocates nothing.
 os::Event *gpioChanged() {
     static os::Event *const event = os::eventCreate();
     return event;
@@ -16,14 +17,14 @@ os::Event *gpioChanged() {
 constexpr uint32_t fallbackPollMs = 1;
 } // namespace
 
-void storeGpioWord(uint16_t value) {
+void storeGpioWord(SharedState &shared, uint16_t value) {
     if (shared.gpioWord.exchange(value) == value)
         return;
     if (os::Event *event = gpioChanged())
         os::eventSet(event);
 }
 
-bool waitWhileGpioSet(uint16_t mask, uint32_t timeoutMs) {
+bool waitWhileGpioSet(const SharedState &shared, uint16_t mask, uint32_t timeoutMs) {
     os::Event *event = gpioChanged();
     uint32_t start = os::tickMs();
     for (;;) {

@@ -14,7 +14,7 @@ constexpr size_t productNameOffset = 16; // within the product-name record
 constexpr uint16_t flashReadLimit = 256; // largest length stored
 constexpr uint16_t transferLimit = 485;
 
-void storeProductName(const uint8_t *report) {
+void storeProductName(SharedState &shared, const uint8_t *report) {
     storeBytes(shared.productNameRecord, report + input::payload, sizeof shared.productNameRecord);
     char name[sizeof shared.productNameRecord - productNameOffset + 1];
     std::memcpy(name, report + input::payload + productNameOffset, sizeof name - 1);
@@ -36,10 +36,10 @@ void storeCounted(const uint8_t *report, size_t lengthOffset, size_t dataOffset,
 }
 
 // True when the code filled a store (the response event is then set).
-bool dispatch(const uint8_t *report, uint16_t code) {
+bool dispatch(SharedState &shared, const uint8_t *report, uint16_t code) {
     switch (code) {
     case response::productName:
-        storeProductName(report);
+        storeProductName(shared, report);
         return true;
     case response::layout:
         storeBytes(shared.layoutRecord, report + input::payload, sizeof shared.layoutRecord);
@@ -80,7 +80,8 @@ void acceptInputReport(PollRun *run, uint8_t *report) {
         return;
     uint16_t adcSample = readWord(report, input::adcSample);
     uint16_t gpio = readWord(report, input::gpio);
-    storeGpioWord(gpio);
+    SharedState &shared = run->link->shared;
+    storeGpioWord(shared, gpio);
     shared.adcValues[adcSample >> 14].store(static_cast<uint16_t>(adcSample & 0x3FFF));
 
     uint16_t code = readWord(report, input::response);
@@ -91,7 +92,7 @@ void acceptInputReport(PollRun *run, uint8_t *report) {
         return;
     run->lastSequence = sequence;
 
-    if ((report[input::status] & status::payload) != 0 && dispatch(report, code))
+    if ((report[input::status] & status::payload) != 0 && dispatch(shared, report, code))
         os::eventSet(run->responseEvent);
     std::memset(report + input::payload, 0, input::payloadEnd - input::payload);
 }

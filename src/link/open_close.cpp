@@ -1,4 +1,4 @@
-// Opening and closing the one link of the process.
+// Opening and closing a link.
 #include "link/open_close.h"
 #include "discovery/open_device.h"
 #include "frame/bounded_string.h"
@@ -36,7 +36,7 @@ void stopForcibly(PollRun *run) {
         os::LockHold hold(run->lock);
         run->abandoned.store(true);
         uint8_t *expected = run->stagingReport;
-        publishedStaging.compare_exchange_strong(expected, nullptr);
+        run->link->publishedStaging.compare_exchange_strong(expected, nullptr);
     }
     os::deviceCancel(run->device.load(), run->thread);
     bool gone = os::threadJoin(run->thread, cancelledExitWaitMs);
@@ -48,8 +48,8 @@ void stopForcibly(PollRun *run) {
 }
 } // namespace
 
-bool closeLink() {
-    PollRun *run = currentRun.load();
+bool closeLink(Link &link) {
+    PollRun *run = link.currentRun.load();
     if (run == nullptr)
         return false;
     debugWrite(WIDE("Closing HID.\n"));
@@ -65,14 +65,14 @@ bool closeLink() {
     } else {
         os::deviceClose(run->device.exchange(nullptr));
     }
-    currentRun.store(nullptr);
+    link.currentRun.store(nullptr);
     releaseRun(run);
     return true;
 }
 
-bool openLink(const Char16 *devicePath) {
-    if (currentRun.load() != nullptr)
-        closeLink();
+bool openLink(Link &link, const Char16 *devicePath) {
+    if (link.currentRun.load() != nullptr)
+        closeLink(link);
     debugWrite(WIDE("Opening HID.\n"));
     os::Device *device = discovery::openDevicePath(devicePath);
     if (device == nullptr)
@@ -83,10 +83,11 @@ bool openLink(const Char16 *devicePath) {
         os::setLastError(os::error::notEnoughMemory);
         return false;
     }
+    run->link = &link;
     run->device.store(device);
     // The path is copied here so that the caller's buffer need not outlive the call.
     boundedCopy(run->path, XDSP_DEVICE_PATH_CHARS, devicePath);
-    currentRun.store(run);
+    link.currentRun.store(run);
     if (!createEvents(run)) {
         debugErrorLine(WIDE("CreateThread Error: "), os::error::notEnoughMemory);
         os::setLastError(os::error::notEnoughMemory);
@@ -107,8 +108,8 @@ bool openLink(const Char16 *devicePath) {
     return true;
 }
 
-bool linkOnline() {
-    PollRun *run = currentRun.load();
+bool linkOnline(const Link &link) {
+    PollRun *run = link.currentRun.load();
     if (run == nullptr)
         return false;
     os::Device *device = run->device.load();

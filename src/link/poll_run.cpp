@@ -4,9 +4,6 @@
 
 namespace xdsp::link {
 
-std::atomic<PollRun *> currentRun{nullptr};
-std::atomic<uint8_t *> publishedStaging{nullptr};
-
 void releaseRun(PollRun *run) {
     if (run->references.fetch_sub(1) != 1)
         return;
@@ -29,6 +26,7 @@ void sendCommandOn(PollRun *run, uint8_t *staging, uint16_t commandCode) {
         os::eventReset(run->responseEvent);
         os::eventReset(run->reportEvent);
         os::eventReset(run->commandEvent);
+        SharedState &shared = run->link->shared;
         buildOutputHeader(staging, commandCode, shared.gpioOutputWord.load(),
                           shared.sequenceCounter.fetch_add(1));
     }

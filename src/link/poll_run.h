@@ -3,6 +3,7 @@
 #pragma once
 
 #include "frame/text.h"
+#include "link/link.h"
 #include "os/os.h"
 
 #include <atomic>
@@ -13,6 +14,7 @@ namespace xdsp::link {
 // Owned jointly by the link and the thread, so that a thread that had to be
 // abandoned frees only its own run.
 struct PollRun {
+    Link *link = nullptr; // the link it runs for, which outlives it
     std::atomic<int> references{1};
     std::atomic<bool> threadHoldsReference{false};
     std::atomic<bool> abandoned{false};
@@ -36,18 +38,13 @@ struct PollRun {
     uint32_t reopenCount = 0;
 };
 
-// The link that callers see; null when closed.
-extern std::atomic<PollRun *> currentRun;
-// The running poll thread's staging report; null while none is running.
-extern std::atomic<uint8_t *> publishedStaging;
-
 void releaseRun(PollRun *run);
 
 // Stages the header of a command on this run's staging report.
 void sendCommandOn(PollRun *run, uint8_t *staging, uint16_t commandCode);
 
 // Closes the current link as DestroyHIDUSBPacket does; false when none is open.
-bool closeLink();
+bool closeLink(Link &link);
 
 uint32_t pollThreadMain(void *argument);
 

@@ -32,7 +32,7 @@ uint32_t leaveThread(PollRun *run, uint32_t exitCode) {
 void unpublishStaging(PollRun *run) {
     os::LockHold hold(run->lock);
     uint8_t *expected = run->stagingReport;
-    publishedStaging.compare_exchange_strong(expected, nullptr);
+    run->link->publishedStaging.compare_exchange_strong(expected, nullptr);
 }
 
 void freeBuffers(PollRun *run) {
@@ -121,7 +121,7 @@ void runCycles(PollRun *run) {
             std::memset(run->inputBuffer, 0, 4);
             continue;
         }
-        shared.statusWord.store(run->inputBuffer[input::status]);
+        run->link->shared.statusWord.store(run->inputBuffer[input::status]);
         os::eventSet(run->reportEvent);
         run->reopenCount = 0;
         if (run->firstReport) {
@@ -156,7 +156,7 @@ uint32_t pollThreadMain(void *argument) {
     {
         os::LockHold hold(run->lock);
         if (!run->abandoned.load())
-            publishedStaging.store(run->stagingReport);
+            run->link->publishedStaging.store(run->stagingReport);
     }
 
     run->lastSequence = 0xFF;

@@ -2,8 +2,6 @@
 
 namespace xdsp::link {
 
-SharedState shared;
-
 void storeBytes(uint8_t *store, const uint8_t *source, size_t count) {
     for (size_t i = 0; i < count; ++i)
         std::atomic_ref<uint8_t>(store[i]).store(source[i], std::memory_order_relaxed);

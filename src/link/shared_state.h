@@ -1,4 +1,4 @@
-// What the open link shares with the commands: process-wide values and response
+// What the open link shares with the commands: board values and response
 // stores. Values the poll thread writes are atomics, or response stores that
 // callers read only after the response event.
 #pragma once
@@ -11,7 +11,7 @@
 
 namespace xdsp::link {
 
-// Zero at load, kept across closing and reopening.
+// Zero at load, kept across closing and reopening of the link.
 struct SharedState {
     std::atomic<uint16_t> sequenceCounter{0};
     std::atomic<uint16_t> gpioOutputWord{0};
@@ -26,7 +26,6 @@ struct SharedState {
     uint8_t tedsBuffer[1024]{};
     uint8_t responseBuffer[1024]{};
 };
-extern SharedState shared;
 
 // Response stores are written by the poll thread while a caller may be copying
 // an earlier answer out; byte-wise relaxed atomics keep that well defined.

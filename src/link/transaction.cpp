@@ -4,8 +4,8 @@
 namespace xdsp::link {
 
 namespace {
-template <typename Action> bool withRun(Action action) {
-    PollRun *run = currentRun.load();
+template <typename Action> bool withRun(Link &link, Action action) {
+    PollRun *run = link.currentRun.load();
     return run != nullptr && run->responseEvent != nullptr && action(run);
 }
 } // namespace
@@ -14,12 +14,12 @@ StagingLock stagingLock;
 
 // The bridge between the running link's own lock and the one the analysis
 // follows.
-StagingAccess::StagingAccess() XDSP_NO_THREAD_SAFETY_ANALYSIS {
-    PollRun *run = currentRun.load();
+StagingAccess::StagingAccess(Link &link) XDSP_NO_THREAD_SAFETY_ANALYSIS {
+    PollRun *run = link.currentRun.load();
     if (run == nullptr || run->lock == nullptr)
         return;
     os::lockEnter(run->lock);
-    uint8_t *staging = publishedStaging.load();
+    uint8_t *staging = link.publishedStaging.load();
     if (staging == nullptr) {
         os::lockLeave(run->lock);
         return;
@@ -34,35 +34,36 @@ StagingAccess::~StagingAccess() XDSP_NO_THREAD_SAFETY_ANALYSIS {
         os::lockLeave(lock_);
 }
 
-void sendCommand(uint16_t commandCode) {
-    uint8_t *staging = publishedStaging.load();
-    PollRun *run = currentRun.load();
+void sendCommand(Link &link, uint16_t commandCode) {
+    uint8_t *staging = link.publishedStaging.load();
+    PollRun *run = link.currentRun.load();
     if (staging == nullptr || run == nullptr)
         return;
     sendCommandOn(run, staging, commandCode);
 }
 
-bool linkRunning() {
-    return publishedStaging.load() != nullptr;
+bool linkRunning(const Link &link) {
+    return link.publishedStaging.load() != nullptr;
 }
 
-bool waitForReport(uint32_t timeoutMs) {
-    return withRun([&](PollRun *run) { return os::eventWait(run->reportEvent, timeoutMs); });
+bool waitForReport(Link &link, uint32_t timeoutMs) {
+    return withRun(link, [&](PollRun *run) { return os::eventWait(run->reportEvent, timeoutMs); });
 }
 
-bool waitForResponse(uint32_t timeoutMs) {
-    return withRun([&](PollRun *run) { return os::eventWait(run->responseEvent, timeoutMs); });
+bool waitForResponse(Link &link, uint32_t timeoutMs) {
+    return withRun(link,
+                   [&](PollRun *run) { return os::eventWait(run->responseEvent, timeoutMs); });
 }
 
-void resetReportEvent() {
-    withRun([](PollRun *run) {
+void resetReportEvent(Link &link) {
+    withRun(link, [](PollRun *run) {
         os::eventReset(run->reportEvent);
         return true;
     });
 }
 
-void resetResponseEvent() {
-    withRun([](PollRun *run) {
+void resetResponseEvent(Link &link) {
+    withRun(link, [](PollRun *run) {
         os::eventReset(run->responseEvent);
         return true;
     });

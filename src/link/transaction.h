@@ -2,6 +2,7 @@
 // its staging report.
 #pragma once
 
+#include "link/link.h"
 #include "os/os.h"
 
 #include <cstddef>
@@ -17,12 +18,12 @@ inline constexpr uint32_t responseTimeoutMs = 10000;
 struct XDSP_CAPABILITY("link lock") StagingLock {};
 extern StagingLock stagingLock;
 
-// Enters the running link's lock and hands out its staging report for payload
-// writes until it goes out of scope; bytes() is null, and nothing is held,
-// when no poll thread runs.
+// Enters the link's lock and hands out its staging report for payload writes
+// until it goes out of scope; bytes() is null, and nothing is held, when no
+// poll thread runs.
 class XDSP_SCOPED_CAPABILITY StagingAccess {
   public:
-    StagingAccess() XDSP_ACQUIRE(stagingLock);
+    explicit StagingAccess(Link &link) XDSP_ACQUIRE(stagingLock);
     ~StagingAccess() XDSP_RELEASE();
     StagingAccess(const StagingAccess &) = delete;
     StagingAccess &operator=(const StagingAccess &) = delete;
@@ -39,15 +40,15 @@ class XDSP_SCOPED_CAPABILITY StagingAccess {
 
 // Completes the staged report's header with this command code and hands it to
 // the poll thread; does nothing when no poll thread runs.
-void sendCommand(uint16_t commandCode);
+void sendCommand(Link &link, uint16_t commandCode);
 
 // True while a poll thread runs (its staging report is present).
-bool linkRunning();
+bool linkRunning(const Link &link);
 // Each returns true when the event came within the time-out; false also when
 // no link is open.
-bool waitForReport(uint32_t timeoutMs);
-bool waitForResponse(uint32_t timeoutMs);
-void resetReportEvent();
-void resetResponseEvent();
+bool waitForReport(Link &link, uint32_t timeoutMs);
+bool waitForResponse(Link &link, uint32_t timeoutMs);
+void resetReportEvent(Link &link);
+void resetResponseEvent(Link &link);
 
 } // namespace xdsp::link

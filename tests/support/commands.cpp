@@ -1,6 +1,6 @@
 #include "support/commands.h"
+#include "link/link.h"
 #include "link/report_format.h"
-#include "link/shared_state.h"
 #include "support/emulated_board.h"
 
 #include <algorithm>
@@ -42,7 +42,7 @@ bool hasPieces(const Capture &capture, const std::vector<Text> &expected) {
 }
 
 void advanceSequenceTo(uint8_t sequence) {
-    while (static_cast<uint8_t>(link::shared.sequenceCounter.load()) != sequence)
+    while (static_cast<uint8_t>(link::processLink().shared.sequenceCounter.load()) != sequence)
         SendCommand(link::command::applyGpio);
 }
 

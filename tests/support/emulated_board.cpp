@@ -1,7 +1,7 @@
 #include "support/emulated_board.h"
 
+#include "link/link.h"
 #include "link/report_format.h"
-#include "link/shared_state.h"
 
 #include <atomic>
 #ifdef _WIN32
@@ -70,7 +70,8 @@ bool EmulatedBoard::openAndSettle(Capture &capture) {
 
 bool EmulatedBoard::holdBusyUntilSeen() {
     board_->setBusyStuck(true);
-    return eventually([] { return (link::shared.statusWord.load() & link::status::busy) != 0; });
+    return eventually(
+        [] { return (link::processLink().shared.statusWord.load() & link::status::busy) != 0; });
 }
 
 } // namespace xdsp::test
