@@ -11,6 +11,7 @@
 namespace xdsp::test {
 
 using Text = std::basic_string<Char16>;
+using Lines = std::vector<Text>;
 
 struct MessageBoxCall {
     Text text;
