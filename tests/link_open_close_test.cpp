@@ -1,5 +1,5 @@
 #include "link/transaction.h"
-#include "support/emulated_board.h"
+#include "support/commands.h"
 
 #include <gtest/gtest.h>
 #ifdef _WIN32
@@ -13,33 +13,35 @@
 using namespace xdsp;
 using namespace xdsp::test;
 
+namespace {
+void closeDevice(xdsp_handle device) {
+#ifdef _WIN32
+    CloseHandle(device);
+#else
+    EXPECT_EQ(xdsp_close_device(device), 1);
+#endif
+}
+} // namespace
+
 TEST(OpenClose, CloseWithNothingOpenAndFailedOpens) {
     Capture capture;
     os::setLastError(0);
-    EXPECT_EQ(DestroyHIDUSBPacket(), 0);
-    EXPECT_EQ(os::lastError(), 55u);
+    EXPECT_EQ(outcome(DestroyHIDUSBPacket()), Outcome(0, 55));
     EXPECT_TRUE(capture.pieces().empty());
 
-    EXPECT_EQ(InitializeHIDUSBPacketPath(absentDevicePath().c_str()), 0);
-    EXPECT_EQ(os::lastError(), 2u);
+    EXPECT_EQ(outcome(InitializeHIDUSBPacketPath(absentDevicePath().c_str())), Outcome(0, 2));
     EXPECT_EQ(IsOnline(), 0);
     Char16 notFound[256];
     ASSERT_TRUE(os::systemErrorText(2, notFound, 256));
-    std::vector<Text> expected = {WIDE("Opening HID.\n"), WIDE("HID: CreateFile Error: "), notFound,
-                                  WIDE("\n")};
-    EXPECT_EQ(capture.pieces(), expected);
-    EXPECT_EQ(DestroyHIDUSBPacket(), 0) << "a failed open leaves nothing to close";
-    EXPECT_EQ(os::lastError(), 55u);
+    EXPECT_EQ(capture.pieces(), (Lines{WIDE("Opening HID.\n"), WIDE("HID: CreateFile Error: "),
+                                       notFound, WIDE("\n")}));
+    EXPECT_EQ(outcome(DestroyHIDUSBPacket()), Outcome(0, 55)) << "a failed open leaves nothing";
 
     // No path at all is a bad argument on every platform, not a missing device.
-    EXPECT_EQ(InitializeHIDUSBPacketPath(nullptr), 0);
-    EXPECT_EQ(os::lastError(), 87u);
-    EXPECT_EQ(InitializeHIDUSBPacket(nullptr), 0);
-    EXPECT_EQ(os::lastError(), 87u);
-    EXPECT_EQ(OpenUSBHIDDevicePath(nullptr), nullptr);
-    EXPECT_EQ(os::lastError(), 87u);
-    EXPECT_EQ(OpenUSBHIDDevice(nullptr), nullptr);
-    EXPECT_EQ(os::lastError(), 87u);
+    EXPECT_EQ(outcome(InitializeHIDUSBPacketPath(nullptr)), Outcome(0, 87));
+    EXPECT_EQ(outcome(InitializeHIDUSBPacket(nullptr)), Outcome(0, 87));
+    EXPECT_EQ(outcome(OpenUSBHIDDevicePath(nullptr) != nullptr), Outcome(0, 87));
+    EXPECT_EQ(outcome(OpenUSBHIDDevice(nullptr) != nullptr), Outcome(0, 87));
     EXPECT_EQ(IsOnline(), 0);
 }
 
@@ -56,58 +58,45 @@ TEST(OpenClose, OpensReportsLengthsAndRefusesASecondHandle) {
     EXPECT_EQ(feature, 0u);
     EXPECT_EQ(GetHIDUSBSizes(device, nullptr, nullptr, nullptr), 1);
 
-    EXPECT_EQ(OpenUSBHIDDevicePath(emulated.path().c_str()), nullptr);
-    EXPECT_EQ(os::lastError(), 32u) << "the device is held exclusively";
-    EXPECT_EQ(InitializeHIDUSBPacketPath(emulated.path().c_str()), 0);
-    EXPECT_EQ(os::lastError(), 32u);
+    EXPECT_EQ(outcome(OpenUSBHIDDevicePath(emulated.path().c_str()) != nullptr), Outcome(0, 32))
+        << "the device is held exclusively";
+    EXPECT_EQ(outcome(InitializeHIDUSBPacketPath(emulated.path().c_str())), Outcome(0, 32));
     EXPECT_EQ(IsOnline(), 0);
-#ifdef _WIN32
-    CloseHandle(device);
-#else
-    EXPECT_EQ(xdsp_close_device(device), 1);
-    os::setLastError(0);
-    EXPECT_EQ(xdsp_close_device(nullptr), 0);
-    EXPECT_EQ(os::lastError(), 6u);
+    closeDevice(device);
+#ifndef _WIN32
+    EXPECT_EQ(outcome(xdsp_close_device(nullptr)), Outcome(0, 6));
 #endif
     device = OpenUSBHIDDevicePath(emulated.path().c_str());
     ASSERT_NE(device, nullptr) << "closing gave up the exclusive hold";
-#ifdef _WIN32
-    CloseHandle(device);
-#else
-    xdsp_close_device(device);
-#endif
+    closeDevice(device);
 
     input = 7;
     EXPECT_EQ(GetHIDUSBSizes(nullptr, &input, nullptr, nullptr), 0);
     EXPECT_EQ(input, 0u);
 }
 
-TEST(OpenClose, OpenRunsThePollThreadAndCloseStopsIt) {
-    Capture capture;
-    EmulatedBoard emulated;
-    ASSERT_TRUE(emulated.openAndSettle(capture));
+using OpenLink = OpenBoard;
+
+TEST_F(OpenLink, RunsThePollThreadUntilTheCloseStopsIt) {
     EXPECT_EQ(os::lastError(), 0u);
     EXPECT_EQ(IsOnline(), 1);
     EXPECT_TRUE(link::linkRunning());
 
     os::setLastError(77);
-    EXPECT_EQ(IsOnline(), 1);
-    EXPECT_EQ(os::lastError(), 77u) << "IsOnline leaves the last-error alone";
+    EXPECT_EQ(outcome(IsOnline()), Outcome(1, 77)) << "IsOnline leaves the last-error alone";
 
-    capture.clear();
-    EXPECT_EQ(DestroyHIDUSBPacket(), 1);
-    EXPECT_EQ(os::lastError(), 0u);
+    EXPECT_EQ(outcome(DestroyHIDUSBPacket()), Outcome(1, 0));
     EXPECT_EQ(IsOnline(), 0);
     EXPECT_FALSE(link::linkRunning());
-    std::vector<Text> expected = {WIDE("Closing HID.\n"), WIDE("HID: Cleaning up Poll Thread.\n"),
-                                  WIDE("HID: Exiting HID Poll Thread.\n")};
-    EXPECT_EQ(capture.pieces(), expected);
+    EXPECT_EQ(capture.pieces(),
+              (Lines{WIDE("Closing HID.\n"), WIDE("HID: Cleaning up Poll Thread.\n"),
+                     WIDE("HID: Exiting HID Poll Thread.\n")}));
     EXPECT_TRUE(eventually([&] { return !emulated.server().hostConnected(); }));
 
-    uint32_t reports = emulated.board().outputReportCount();
+    uint32_t reports = board().outputReportCount();
     SendCommand(0xFFFF);
     os::sleepMs(20);
-    EXPECT_EQ(emulated.board().outputReportCount(), reports) << "nothing is sent after a close";
+    EXPECT_EQ(board().outputReportCount(), reports) << "nothing is sent after a close";
 }
 
 TEST(OpenClose, OpeningAgainClosesTheOldLinkFirst) {
@@ -117,12 +106,10 @@ TEST(OpenClose, OpeningAgainClosesTheOldLinkFirst) {
     ASSERT_TRUE(first.openAndSettle(capture));
     capture.clear();
     ASSERT_EQ(InitializeHIDUSBPacketPath(second.path().c_str()), 1);
-    std::vector<Text> pieces = capture.pieces();
-    ASSERT_GE(pieces.size(), 4u);
-    EXPECT_EQ(pieces[0], Text(WIDE("Closing HID.\n")));
-    EXPECT_EQ(pieces[1], Text(WIDE("HID: Cleaning up Poll Thread.\n")));
-    EXPECT_EQ(pieces[2], Text(WIDE("HID: Exiting HID Poll Thread.\n")));
-    EXPECT_EQ(pieces[3], Text(WIDE("Opening HID.\n")));
+    Lines pieces = capture.pieces();
+    pieces.resize(4);
+    EXPECT_EQ(pieces, (Lines{WIDE("Closing HID.\n"), WIDE("HID: Cleaning up Poll Thread.\n"),
+                             WIDE("HID: Exiting HID Poll Thread.\n"), WIDE("Opening HID.\n")}));
     EXPECT_TRUE(eventually([&] { return !first.server().hostConnected(); }));
     EXPECT_TRUE(eventually([&] { return second.server().hostConnected(); }));
 }
