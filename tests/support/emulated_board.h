@@ -33,15 +33,4 @@ class EmulatedBoard {
 // A device path where nothing serves.
 Text absentDevicePath();
 
-// Polls a condition until it holds or the time-out passes.
-template <typename Condition> bool eventually(Condition condition, uint32_t timeoutMs = 3000) {
-    uint32_t start = os::tickMs();
-    while (!condition()) {
-        if (os::tickMs() - start >= timeoutMs)
-            return false;
-        os::sleepMs(2);
-    }
-    return true;
-}
-
 } // namespace xdsp::test
