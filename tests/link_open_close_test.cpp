@@ -125,23 +125,6 @@ TEST(OpenClose, ReopensAtOnceAfterAClose) {
     EXPECT_EQ(emulated.server().refusedConnections(), 0u);
 }
 
-TEST(OpenClose, ZeroReportLengthGivesUpTheThreadButStaysOnline) {
-    for (bool zeroInput : {true, false}) {
-        Capture capture;
-        emu::BoardOptions options;
-        (zeroInput ? options.inputReportLength : options.outputReportLength) = 0;
-        EmulatedBoard emulated(options);
-        ASSERT_EQ(InitializeHIDUSBPacketPath(emulated.path().c_str()), 1);
-        EXPECT_TRUE(capture.waitFor(WIDE("HID:: HID Init Error: Cancelling Thread.\n"), 2000));
-        EXPECT_EQ(IsOnline(), 1);
-        EXPECT_FALSE(link::linkRunning());
-        SendCommand(0xF000);
-        EXPECT_EQ(emulated.board().outputReportCount(), 0u);
-        EXPECT_EQ(DestroyHIDUSBPacket(), 1);
-        EXPECT_EQ(capture.count(WIDE("Forcably terminating HID thread.\n")), 0u);
-    }
-}
-
 #ifndef _WIN32 // the Windows counterpart is in virtual_device_pipe_test.cpp
 TEST(OpenClose, VirtualDeviceThatSendsNoDescriptorFailsWithInternalError) {
     std::string path = "/tmp/xdsp-silent-" + std::to_string(getpid()) + ".sock";

@@ -69,22 +69,19 @@ class FakeRegistry {
         std::vector<Text> subkeys;
         std::map<Text, Text> values;
     };
-    struct Handle {
-        Text path;
-    };
+    // A key handle is the key's path.
+    static Text *keyPath(RegistryKey *key) { return reinterpret_cast<Text *>(key); }
 
-    static Handle *handle(RegistryKey *key) { return reinterpret_cast<Handle *>(key); }
-
-    static RegistryKey *open(RegistryKey *parentKey, const Char16 *path) {
-        Text full = parentKey != nullptr ? handle(parentKey)->path + WIDE("\\") + path : Text(path);
+    static RegistryKey *open(RegistryKey *parentKey, const Char16 *subkey) {
+        Text full = parentKey != nullptr ? *keyPath(parentKey) + WIDE("\\") + subkey : Text(subkey);
         current->attempts_.push_back(full);
         if (current->keys_.count(full) == 0)
             return nullptr;
         ++current->openKeys_;
-        return reinterpret_cast<RegistryKey *>(new Handle{full});
+        return reinterpret_cast<RegistryKey *>(new Text(full));
     }
     static bool subkeyName(RegistryKey *key, uint32_t index, Char16 *name, size_t capacity) {
-        const std::vector<Text> &subkeys = current->keys_.at(handle(key)->path).subkeys;
+        const std::vector<Text> &subkeys = current->keys_.at(*keyPath(key)).subkeys;
         if (index >= subkeys.size() || subkeys[index].size() + 1 > capacity)
             return false;
         std::copy(subkeys[index].begin(), subkeys[index].end(), name);
@@ -95,7 +92,7 @@ class FakeRegistry {
     // does not fit, and the failed read may leave part of it in the buffer.
     static bool stringValue(RegistryKey *key, const Char16 *valueName, Char16 *value,
                             size_t capacity) {
-        const std::map<Text, Text> &values = current->keys_.at(handle(key)->path).values;
+        const std::map<Text, Text> &values = current->keys_.at(*keyPath(key)).values;
         auto found = values.find(valueName);
         if (found == values.end())
             return false;
@@ -108,7 +105,7 @@ class FakeRegistry {
     }
     static void close(RegistryKey *key) {
         --current->openKeys_;
-        delete handle(key);
+        delete keyPath(key);
     }
 
     std::map<Text, Key> keys_;
