@@ -1,6 +1,6 @@
 // SPI transfers against the emulated board: the staged bytes, the read-back
-// through the loopback peer, missing and corrupted answers, the busy wait and
-// the arguments refused before anything is sent.
+// through the loopback peer, missing and corrupted answers, the busy wait; and
+// the arguments of every command refused before anything is sent.
 #include "link/report_format.h"
 #include "support/commands.h"
 
@@ -139,7 +139,9 @@ TEST_F(SpiTransfer, BatchStagesListTerminatorAndDataBlock) {
     EXPECT_EQ(slice(staged, 125, 4), Bytes(block, block + 4));
 }
 
-TEST_F(SpiTransfer, OversizedArgumentsAreRefusedBeforeAnythingIsSent) {
+using CommandArguments = OpenBoard;
+
+TEST_F(CommandArguments, OversizedAndMissingAreRefusedBeforeAnythingIsSent) {
     Bytes data(500, 0x5A);
     GuardedBuffer reply(1025);
     size_t before = board().receivedCommands().size();
@@ -164,6 +166,14 @@ TEST_F(SpiTransfer, OversizedArgumentsAreRefusedBeforeAnythingIsSent) {
             WIDE("BatchSPI: batchDataLength 388 refused, at most 387.\n"));
     refused(BatchSPI(2, 2, 0, 3, 50, data.data(), 3, data.data(), 4, reply.data(), 2000),
             WIDE("BatchSPI: readLength 2000 refused, at most 1024.\n"));
+    refused(WriteTEDS(0, data.data(), 494, reply.data(), 4),
+            WIDE("WriteTEDS: writeCount 494 refused, at most 493.\n"));
+    refused(WriteTEDS(0, data.data(), 4, reply.data(), 1025),
+            WIDE("WriteTEDS: readCount 1025 refused, at most 1024.\n"));
+    refused(WriteTEDS(0, data.data(), 4, nullptr, 4),
+            WIDE("WriteTEDS: readData is null, refused.\n"));
+    refused(WriteCalibrate(nullptr), WIDE("WriteCalibrate: block is null, refused.\n"));
+    refused(ReadCalibrate(nullptr), WIDE("ReadCalibrate: block is null, refused.\n"));
     EXPECT_EQ(board().receivedCommands().size(), before) << "nothing was sent";
     EXPECT_EQ(reply.contents(), Bytes(1025, 0xEE));
     EXPECT_TRUE(reply.guardsIntact());
@@ -173,9 +183,10 @@ TEST_F(SpiTransfer, OversizedArgumentsAreRefusedBeforeAnythingIsSent) {
     EXPECT_EQ(awaitCommand(board(), 0xF030, 1).size(), 512u);
     EXPECT_EQ(board().lastSpiTransfer().written, Bytes(485, 0x5A));
     EXPECT_EQ(BatchSPI(2, 2, 0, 3, 50, data.data(), 99, data.data(), 387, nullptr, 0), 1);
+    EXPECT_EQ(WriteTEDS(0, data.data(), 493, reply.data(), 1024), 1);
 }
 
-TEST(CommandArguments, ShortOutputReportLimitsWhatFits) {
+TEST(ShortOutputReport, LimitsWhatFits) {
     Capture capture;
     emu::BoardOptions options;
     options.outputReportLength = 64;

@@ -33,18 +33,16 @@ class EmulatorServer : public ::testing::Test {
         path = ::testing::TempDir() + "xdsp-emu-test-" +
 #endif
                std::to_string(std::chrono::steady_clock::now().time_since_epoch().count());
-        for (char c : path)
-            widePath.push_back(static_cast<os::Char16>(static_cast<unsigned char>(c)));
-        widePath.push_back(0);
+        widePath = test::wide(path);
     }
 
     os::Device *open(uint32_t *error) {
         *error = 0;
-        return os::deviceOpen(widePath.data(), error);
+        return os::deviceOpen(widePath.c_str(), error);
     }
 
     std::string path;
-    std::vector<os::Char16> widePath;
+    test::Text widePath;
 };
 
 TEST_F(EmulatorServer, ServesOneHostAtATimeUntilUnplugged) {

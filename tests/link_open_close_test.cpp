@@ -136,8 +136,7 @@ TEST(OpenClose, VirtualDeviceThatSendsNoDescriptorFailsWithInternalError) {
     ASSERT_EQ(listen(listener, 1), 0);
 
     Capture capture;
-    Text widePath(path.begin(), path.end());
-    EXPECT_EQ(OpenUSBHIDDevicePath(widePath.c_str()), nullptr);
+    EXPECT_EQ(OpenUSBHIDDevicePath(wide(path).c_str()), nullptr);
     EXPECT_EQ(os::lastError(), 1359u);
     close(listener);
     unlink(path.c_str());

@@ -15,15 +15,12 @@ using xdsp::Char16;
 using xdsp::os::RegistryKey;
 using xdsp::test::narrow;
 using xdsp::test::Text;
+using xdsp::test::wide;
 
 namespace {
 const Text usbBranch = WIDE("SYSTEM\\CurrentControlSet\\Enum\\USB\\");
 const std::string parent = "ParentIdPrefix";
 const std::string friendly = "FriendlyName";
-
-Text wide(const std::string &text) {
-    return Text(text.begin(), text.end());
-}
 
 // A key below the USB branch, with one value unless the name is empty.
 struct Entry {

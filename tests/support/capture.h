@@ -44,6 +44,10 @@ class Capture {
 
 // Narrow text for failure messages.
 std::string narrow(const Text &text);
+// ASCII text as the library's text.
+inline Text wide(const std::string &text) {
+    return Text(text.begin(), text.end());
+}
 
 // Polls a condition until it holds or the time-out passes.
 template <typename Condition> bool eventually(Condition condition, uint32_t timeoutMs = 3000) {

@@ -23,23 +23,16 @@ std::string devicePath(const std::string &name) {
     return "/tmp/" + name + "-" + std::to_string(getpid()) + ".sock";
 #endif
 }
-
-Text widened(const std::string &narrowText) {
-    Text wide;
-    for (char c : narrowText)
-        wide += static_cast<Char16>(c);
-    return wide;
-}
 } // namespace
 
 Text absentDevicePath() {
-    return widened(devicePath("xdsp-no-such-device"));
+    return wide(devicePath("xdsp-no-such-device"));
 }
 
 EmulatedBoard::EmulatedBoard(emu::BoardOptions options)
     : board_(std::make_unique<emu::Board>(std::move(options))) {
     path_ = devicePath("xdsp-test-" + std::to_string(boardsMade.fetch_add(1)));
-    widePath_ = widened(path_);
+    widePath_ = wide(path_);
     server_ = std::make_unique<emu::VirtualDeviceServer>(*board_);
     server_->start(path_);
 }
