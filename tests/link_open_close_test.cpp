@@ -1,6 +1,7 @@
 #include "link/transaction.h"
 #include "support/commands.h"
 
+#include <array>
 #include <gtest/gtest.h>
 #ifdef _WIN32
 #include <windows.h>
@@ -51,11 +52,9 @@ TEST(OpenClose, OpensReportsLengthsAndRefusesASecondHandle) {
     xdsp_handle device = OpenUSBHIDDevicePath(emulated.path().c_str());
     ASSERT_NE(device, nullptr);
     EXPECT_EQ(os::lastError(), 0u);
-    uint32_t input = 1, output = 1, feature = 1;
-    EXPECT_EQ(GetHIDUSBSizes(device, &input, &output, &feature), 1);
-    EXPECT_EQ(input, 512u);
-    EXPECT_EQ(output, 512u);
-    EXPECT_EQ(feature, 0u);
+    std::array<uint32_t, 3> lengths = {1, 1, 1}; // input, output, feature
+    EXPECT_EQ(GetHIDUSBSizes(device, &lengths[0], &lengths[1], &lengths[2]), 1);
+    EXPECT_EQ(lengths, (std::array<uint32_t, 3>{512, 512, 0}));
     EXPECT_EQ(GetHIDUSBSizes(device, nullptr, nullptr, nullptr), 1);
 
     EXPECT_EQ(outcome(OpenUSBHIDDevicePath(emulated.path().c_str()) != nullptr), Outcome(0, 32))
@@ -70,9 +69,8 @@ TEST(OpenClose, OpensReportsLengthsAndRefusesASecondHandle) {
     ASSERT_NE(device, nullptr) << "closing gave up the exclusive hold";
     closeDevice(device);
 
-    input = 7;
-    EXPECT_EQ(GetHIDUSBSizes(nullptr, &input, nullptr, nullptr), 0);
-    EXPECT_EQ(input, 0u);
+    EXPECT_EQ(GetHIDUSBSizes(nullptr, &lengths[0], nullptr, nullptr), 0);
+    EXPECT_EQ(lengths[0], 0u);
 }
 
 using OpenLink = OpenBoard;
