@@ -50,7 +50,7 @@ bool EmulatedBoard::openAndSettle(Capture &capture) {
         return false;
     // The poll thread writes the product-name line in three pieces; waiting for
     // the whole second line keeps its tail out of a capture cleared right after.
-    return eventually([&] {
+    bool named = eventually([&] {
         std::vector<Text> pieces = capture.pieces();
         size_t names = 0;
         for (size_t i = 0; i < pieces.size(); ++i) {
@@ -59,6 +59,10 @@ bool EmulatedBoard::openAndSettle(Capture &capture) {
         }
         return false;
     });
+    // The answer's response event is set after the line: once the thread writes
+    // again it is set, and cannot end the wait of a command staged next.
+    uint32_t reports = board_->outputReportCount();
+    return named && eventually([&] { return board_->outputReportCount() > reports; });
 }
 
 bool EmulatedBoard::holdBusyUntilSeen() {
