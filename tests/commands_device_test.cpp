@@ -3,7 +3,6 @@
 // error boxes and busy-wait bound.
 #include "link/report_format.h"
 #include "support/commands.h"
-#include "support/emulated_board.h"
 
 #include <gtest/gtest.h>
 
@@ -12,16 +11,14 @@
 using namespace xdsp;
 using namespace xdsp::test;
 
-TEST(DeviceControl, GpioWordsAdcChannelsAndTheInitialisedFlag) {
-    Capture capture;
-    EmulatedBoard emulated;
-    ASSERT_TRUE(emulated.openAndSettle(capture));
-    emulated.board().setGpioInputs(0x0400);
+using DeviceControl = OpenBoard;
+
+TEST_F(DeviceControl, GpioWordsAdcChannelsAndTheInitialisedFlag) {
+    board().setGpioInputs(0x0400);
     ASSERT_TRUE(eventually([] { return GetGPIOIn() == 0x0400; }));
     os::setLastError(77);
-    EXPECT_EQ(IsDeviceInitialized(), 1);
-    EXPECT_EQ(os::lastError(), 0u);
-    emulated.board().setGpioInputs(0xFBFF);
+    EXPECT_EQ(outcome(IsDeviceInitialized()), Outcome(1, 0));
+    board().setGpioInputs(0xFBFF);
     ASSERT_TRUE(eventually([] { return GetGPIOIn() == 0xFBFF; }));
     EXPECT_EQ(IsDeviceInitialized(), 0);
 
@@ -30,39 +27,30 @@ TEST(DeviceControl, GpioWordsAdcChannelsAndTheInitialisedFlag) {
     EXPECT_EQ(GetADCIn(4), 65535);
     EXPECT_EQ(GetADCIn(0xFFFFFFFF), 65535);
 
-    capture.clear();
     SetGPIOOut(0x00FF);
-    Bytes applied = awaitCommand(emulated.board(), 0xFFFF, 1);
+    Bytes applied = awaitCommand(board(), 0xFFFF, 1);
     ASSERT_FALSE(applied.empty());
     EXPECT_EQ(link::readWord(applied.data(), 7), 0x00FF);
     EXPECT_EQ(link::readWord(applied.data(), 11), static_cast<uint16_t>(~(0x4452 + 0xFF + 0xFFFF)));
-    EXPECT_TRUE(eventually([&] { return emulated.board().gpioOutputs() == 0x00FF; }));
+    EXPECT_TRUE(eventually([&] { return board().gpioOutputs() == 0x00FF; }));
     EXPECT_EQ(XMOS_EnableADC(1), 0u);
-    Bytes adcOn = awaitCommand(emulated.board(), 0xF00B, 1);
+    Bytes adcOn = awaitCommand(board(), 0xF00B, 1);
     ASSERT_FALSE(adcOn.empty());
     EXPECT_EQ(link::readWord(adcOn.data(), 7), 0x00FF)
         << "later commands carry the output word too";
     EXPECT_TRUE(capture.pieces().empty());
-}
 
-TEST(DeviceControl, AdcSamplingStopsAndStarts) {
-    Capture capture;
-    EmulatedBoard emulated;
-    ASSERT_TRUE(emulated.openAndSettle(capture));
     ASSERT_TRUE(eventually([] { return GetADCIn(1) == 0x0200; }));
     EXPECT_EQ(XMOS_EnableADC(0), 0u) << "the report after the command came";
-    ASSERT_TRUE(eventually([&] { return !emulated.board().adcSampling(); }));
-    emulated.board().setAdcReading(1, 0x1111);
+    ASSERT_TRUE(eventually([&] { return !board().adcSampling(); }));
+    board().setAdcReading(1, 0x1111);
     os::sleepMs(30);
     EXPECT_EQ(GetADCIn(1), 0x0200) << "readings stay frozen while sampling is off";
     EXPECT_EQ(XMOS_EnableADC(1), 0u);
     EXPECT_TRUE(eventually([] { return GetADCIn(1) == 0x1111; }));
 }
 
-TEST(DeviceControl, RecordsFromTheBoard) {
-    Capture capture;
-    EmulatedBoard emulated;
-    ASSERT_TRUE(emulated.openAndSettle(capture));
+TEST_F(DeviceControl, RecordsFromTheBoard) {
     RequestLayoutStruct();
     GuardedBuffer layout(212);
     EXPECT_EQ(GetLayoutStruct(layout.data()), 0u);
@@ -72,24 +60,22 @@ TEST(DeviceControl, RecordsFromTheBoard) {
     EXPECT_TRUE(layout.guardsIntact());
 
     capture.clear();
-    EXPECT_EQ(GetLayoutStruct(nullptr), 0xFFFFFFFFu);
-    EXPECT_EQ(os::lastError(), 87u);
+    EXPECT_EQ(outcome(GetLayoutStruct(nullptr)), Outcome(0xFFFFFFFF, 87));
     GetPellixStruct(nullptr);
     EXPECT_EQ(os::lastError(), 87u);
     GetProductNameStruct(nullptr);
     EXPECT_EQ(os::lastError(), 87u);
-    std::vector<Text> refusals = {WIDE("GetLayoutStruct: record is null, refused.\n"),
-                                  WIDE("GetPellixStruct: record is null, refused.\n"),
-                                  WIDE("GetProductNameStruct: record is null, refused.\n")};
-    EXPECT_EQ(capture.pieces(), refusals);
+    EXPECT_EQ(capture.pieces(), (Lines{WIDE("GetLayoutStruct: record is null, refused.\n"),
+                                       WIDE("GetPellixStruct: record is null, refused.\n"),
+                                       WIDE("GetProductNameStruct: record is null, refused.\n")}));
 
     GuardedBuffer pellix(8);
     GetPellixStruct(pellix.data());
     EXPECT_EQ(pellix.contents(), Bytes(8, 0)) << "no Pellix record has come yet";
     os::setLastError(77);
-    EXPECT_EQ(WritePellix(0x04030201, 0x0605, 0x07), 0);
-    EXPECT_EQ(os::lastError(), 77u) << "a sent Pellix record leaves the last-error alone";
-    Bytes staged = awaitCommand(emulated.board(), 0xF101, 1);
+    EXPECT_EQ(outcome(WritePellix(0x04030201, 0x0605, 0x07)), Outcome(0, 77))
+        << "a sent Pellix record leaves the last-error alone";
+    Bytes staged = awaitCommand(board(), 0xF101, 1);
     const Bytes record = {1, 2, 3, 4, 5, 6, 7, 0};
     EXPECT_EQ(slice(staged, 13, 8), record);
     EXPECT_TRUE(eventually([&] {
@@ -99,76 +85,51 @@ TEST(DeviceControl, RecordsFromTheBoard) {
     EXPECT_TRUE(pellix.guardsIntact());
 }
 
-TEST(DeviceControl, BootAndSuspend) {
-    Capture capture;
-    EmulatedBoard emulated;
-    ASSERT_TRUE(emulated.openAndSettle(capture));
-    capture.clear();
+TEST_F(DeviceControl, BootAndSuspendAndTheirErrorBoxes) {
     os::setLastError(77);
-    uint32_t start = os::tickMs();
-    BootDevice(1);
-    EXPECT_GE(elapsedMs(start), 200u);
+    EXPECT_GE(millisOf([] { BootDevice(1); }), 200u);
     EXPECT_EQ(os::lastError(), 0u);
-    EXPECT_EQ(emulated.board().powerState(), emu::PowerState::booted);
-    EXPECT_FALSE(lastCommand(emulated.board(), 0xF011).empty());
-    EXPECT_EQ(capture.pieces(), std::vector<Text>{WIDE("BootDevice()\r\n")});
+    EXPECT_EQ(board().powerState(), emu::PowerState::booted);
+    EXPECT_FALSE(lastCommand(board(), 0xF011).empty());
+    EXPECT_EQ(capture.pieces(), Lines{WIDE("BootDevice()\r\n")});
     EXPECT_TRUE(eventually([] { return IsDeviceInitialized() == 1; }));
 
     SuspendDevice();
     EXPECT_EQ(os::lastError(), 0u);
-    EXPECT_EQ(emulated.board().powerState(), emu::PowerState::suspended);
+    EXPECT_EQ(board().powerState(), emu::PowerState::suspended);
     BootDevice(0);
-    EXPECT_FALSE(lastCommand(emulated.board(), 0xF013).empty());
+    EXPECT_FALSE(lastCommand(board(), 0xF013).empty());
     EXPECT_TRUE(hasPieces(capture, {WIDE("SuspendDevice()\r\n"), WIDE("BootDevice()\r\n")}));
     EXPECT_TRUE(capture.messageBoxes().empty());
-}
 
-TEST(DeviceControl, ErrorBitShowsTheBoxOncePerCall) {
-    Capture capture;
-    EmulatedBoard emulated;
-    ASSERT_TRUE(emulated.openAndSettle(capture));
-    emulated.board().setErrorBit(true);
+    // The error bit: one box per call.
+    board().setErrorBit(true);
     capture.clear();
     BootDevice(1);
     EXPECT_EQ(os::lastError(), 1359u);
     SuspendDevice();
     EXPECT_EQ(os::lastError(), 1359u);
-    std::vector<MessageBoxCall> boxes = capture.messageBoxes();
-    ASSERT_EQ(boxes.size(), 2u);
-    EXPECT_EQ(boxes[0].text, Text(WIDE("Error in BootDevice\n")));
-    EXPECT_EQ(boxes[1].text, Text(WIDE("Error in SuspendDevice\n")));
-    for (const MessageBoxCall &box : boxes) {
-        EXPECT_EQ(box.caption, Text(WIDE("Error")));
-        EXPECT_EQ(box.style, 0u);
-    }
-    std::vector<Text> lines = {WIDE("BootDevice()\r\n"), WIDE("Command Error..."),
-                               WIDE("SuspendDevice()\r\n"), WIDE("Command Error...")};
-    EXPECT_EQ(capture.pieces(), lines);
+    EXPECT_EQ(errorBoxTexts(capture),
+              (Lines{WIDE("Error in BootDevice\n"), WIDE("Error in SuspendDevice\n")}));
+    EXPECT_EQ(capture.pieces(), (Lines{WIDE("BootDevice()\r\n"), WIDE("Command Error..."),
+                                       WIDE("SuspendDevice()\r\n"), WIDE("Command Error...")}));
     EXPECT_EQ(IsOnline(), 1) << "the link stays open";
 }
 
-TEST(DeviceControl, StuckBusyBitsAreWaitedOutForOneSecond) {
-    Capture capture;
-    EmulatedBoard emulated;
-    ASSERT_TRUE(emulated.openAndSettle(capture));
+TEST_F(DeviceControl, StuckBusyBitsAreWaitedOutForOneSecond) {
     ASSERT_TRUE(emulated.holdBusyUntilSeen());
-    capture.clear();
-    uint32_t start = os::tickMs();
-    BootDevice(1);
-    EXPECT_GE(elapsedMs(start), 1200u) << "the bound and the pause after success";
-    EXPECT_LT(elapsedMs(start), 4000u);
+    uint32_t took = millisOf([] { BootDevice(1); });
+    EXPECT_GE(took, 1200u) << "the bound and the pause after success";
+    EXPECT_LT(took, 4000u);
     EXPECT_EQ(os::lastError(), 0u);
-    std::vector<Text> lines = {WIDE("BootDevice()\r\n"),
-                               WIDE("Waiting for previous command to complete..."),
-                               WIDE("Done.  (timeout)\n")};
-    EXPECT_EQ(capture.pieces(), lines);
-    EXPECT_FALSE(awaitCommand(emulated.board(), 0xF011, 1).empty()) << "sent after the bound";
+    EXPECT_EQ(capture.pieces(),
+              (Lines{WIDE("BootDevice()\r\n"), WIDE("Waiting for previous command to complete..."),
+                     WIDE("Done.  (timeout)\n")}));
+    EXPECT_FALSE(awaitCommand(board(), 0xF011, 1).empty()) << "sent after the bound";
 
     capture.clear();
-    start = os::tickMs();
-    EXPECT_EQ(WritePellix(1, 2, 3), 0);
-    EXPECT_GE(elapsedMs(start), 1000u);
+    EXPECT_GE(millisOf([] { EXPECT_EQ(WritePellix(1, 2, 3), 0); }), 1000u);
     EXPECT_TRUE(hasPieces(capture, {WIDE("Waiting for previous command to complete..."),
                                     WIDE("Done.  (timeout)\n")}));
-    EXPECT_FALSE(awaitCommand(emulated.board(), 0xF101, 1).empty());
+    EXPECT_FALSE(awaitCommand(board(), 0xF101, 1).empty());
 }

@@ -2,28 +2,24 @@
 // the previous sequence byte, so the poll thread takes it for a repeat. Each
 // call fails after the full 10 s response time-out; every case runs alone.
 #include "support/commands.h"
-#include "support/emulated_board.h"
 
 #include <gtest/gtest.h>
 
 using namespace xdsp;
 using namespace xdsp::test;
 
-class CommandsLostAnswer : public ::testing::Test {
+class CommandsLostAnswer : public OpenBoard {
   protected:
     void SetUp() override {
-        ASSERT_TRUE(emulated.openAndSettle(capture));
-        emulated.board().repeatSequence(1);
-        capture.clear();
+        OpenBoard::SetUp();
+        board().repeatSequence(1);
         start = os::tickMs();
     }
-    void expectFailure(const std::vector<Text> &lines) {
+    void expectFailure(const Lines &lines) {
         EXPECT_GE(elapsedMs(start), 10000u);
         EXPECT_EQ(os::lastError(), 1359u);
         EXPECT_EQ(capture.pieces(), lines);
     }
-    Capture capture;
-    EmulatedBoard emulated;
     uint32_t start = 0;
     GuardedBuffer read{40};
 };

@@ -2,8 +2,8 @@
 // with a poll thread that gave up. Each fails with last-error 6 at once,
 // writes no debug line and leaves the caller's buffers alone.
 #include "link/report_format.h"
+#include "link/transaction.h"
 #include "support/commands.h"
-#include "support/emulated_board.h"
 
 #include <gtest/gtest.h>
 
@@ -85,14 +85,22 @@ TEST(CommandsWithoutLink, BeforeAnyOpenAndAfterTheClose) {
     EXPECT_EQ(GetGPIOIn(), 0x0400) << "the last word seen stays";
 }
 
-TEST(CommandsWithoutLink, PollThreadThatGaveUp) {
-    Capture capture;
-    emu::BoardOptions options;
-    options.inputReportLength = 0;
-    EmulatedBoard emulated(options);
-    ASSERT_EQ(InitializeHIDUSBPacketPath(emulated.path().c_str()), 1);
-    ASSERT_TRUE(capture.waitFor(WIDE("HID:: HID Init Error: Cancelling Thread.\n"), 3000));
-    EXPECT_EQ(IsOnline(), 1);
-    capture.clear();
-    expectEveryCommandRefused(capture);
+TEST(CommandsWithoutLink, ZeroReportLengthGivesUpThePollThreadButStaysOnline) {
+    for (bool zeroInput : {true, false}) {
+        SCOPED_TRACE(zeroInput ? "input" : "output");
+        Capture capture;
+        emu::BoardOptions options;
+        (zeroInput ? options.inputReportLength : options.outputReportLength) = 0;
+        EmulatedBoard emulated(options);
+        ASSERT_EQ(InitializeHIDUSBPacketPath(emulated.path().c_str()), 1);
+        ASSERT_TRUE(capture.waitFor(WIDE("HID:: HID Init Error: Cancelling Thread.\n"), 3000));
+        EXPECT_EQ(IsOnline(), 1);
+        EXPECT_FALSE(link::linkRunning(link::processLink()));
+        capture.clear();
+        SendCommand(0xF000);
+        expectEveryCommandRefused(capture);
+        EXPECT_EQ(emulated.board().outputReportCount(), 0u);
+        EXPECT_EQ(DestroyHIDUSBPacket(), 1);
+        EXPECT_EQ(capture.count(WIDE("Forcably terminating HID thread.\n")), 0u);
+    }
 }

@@ -1,9 +1,8 @@
 // SPI transfers against the emulated board: the staged bytes, the read-back
-// through the loopback peer, missing and corrupted answers, the busy wait and
-// the arguments refused before anything is sent.
+// through the loopback peer, missing and corrupted answers, the busy wait; and
+// the arguments of every command refused before anything is sent.
 #include "link/report_format.h"
 #include "support/commands.h"
-#include "support/emulated_board.h"
 
 #include <gtest/gtest.h>
 
@@ -15,25 +14,21 @@ using namespace xdsp::test;
 
 namespace {
 const uint8_t rd[] = {0x52, 0x44};
-
 } // namespace
 
-TEST(SpiTransfer, StagesThePayloadByteForByte) {
-    Capture capture;
-    EmulatedBoard emulated;
-    ASSERT_TRUE(emulated.openAndSettle(capture));
+using SpiTransfer = OpenBoard;
+
+TEST_F(SpiTransfer, StagesThePayloadByteForByte) {
     advanceSequenceTo(0x05);
     capture.clear();
     uint8_t reply[72];
-    EXPECT_EQ(WriteSPIEx(2, 2, 0, 3, 50, rd, 2, reply, 72), 1);
-    EXPECT_EQ(os::lastError(), 0u);
+    EXPECT_EQ(outcome(WriteSPIEx(2, 2, 0, 3, 50, rd, 2, reply, 72)), Outcome(1, 0));
     const Bytes expected = {0x00, 0x52, 0x44, 0x05, 0x00, 0x00, 0x00, 0x00, 0x00, 0x30,
                             0xF0, 0x7D, 0xCB, 0x01, 0x01, 0x03, 0x00, 0x32, 0x00, 0x02,
                             0x00, 0x02, 0x00, 0x48, 0x00, 0x02, 0x00, 0x52, 0x44};
-    EXPECT_EQ(slice(lastCommand(emulated.board(), 0xF030), 0, 29), expected);
-    std::vector<Text> lines = {WIDE("Writing to SPI...\n"), WIDE("Valid SPI Response.\n"),
-                               WIDE("SPI Complete.\n")};
-    EXPECT_TRUE(hasPieces(capture, lines));
+    EXPECT_EQ(slice(lastCommand(board(), 0xF030), 0, 29), expected);
+    EXPECT_TRUE(hasPieces(capture, {WIDE("Writing to SPI...\n"), WIDE("Valid SPI Response.\n"),
+                                    WIDE("SPI Complete.\n")}));
 
     // Any nonzero mode flag selects 0x0303; WriteSPI passes busy mask 0.
     // Without a read the call returns once the command is staged, so each is
@@ -41,32 +36,29 @@ TEST(SpiTransfer, StagesThePayloadByteForByte) {
     size_t sent = 1;
     for (int32_t flag : {1, -7}) {
         EXPECT_EQ(WriteSPIEx(2, 2, flag, 3, 50, rd, 2, nullptr, 0), 1);
-        Bytes staged = awaitCommand(emulated.board(), 0xF030, ++sent);
+        Bytes staged = awaitCommand(board(), 0xF030, ++sent);
         ASSERT_FALSE(staged.empty());
         EXPECT_EQ(link::readWord(staged.data(), 13), 0x0303);
     }
     const uint8_t data[] = {9, 8, 7, 6};
     EXPECT_EQ(WriteSPI(2, 0, 3, 50, data, 4, reply, 0), 1);
-    Bytes staged = awaitCommand(emulated.board(), 0xF030, ++sent);
+    Bytes staged = awaitCommand(board(), 0xF030, ++sent);
     ASSERT_FALSE(staged.empty());
     EXPECT_EQ(link::readWord(staged.data(), 19), 2);
     EXPECT_EQ(link::readWord(staged.data(), 21), 0);
     EXPECT_EQ(link::readWord(staged.data(), 13), 0x0101);
     EXPECT_EQ(slice(staged, 23, 8), (Bytes{0, 0, 4, 0, 9, 8, 7, 6}));
-    emu::SpiTransferRecord seen = emulated.board().lastSpiTransfer();
+    emu::SpiTransferRecord seen = board().lastSpiTransfer();
     EXPECT_EQ(seen.written, Bytes(data, data + 4));
     EXPECT_EQ(seen.settings.settingB, 50);
 
     // No write data: the count is 0 and the bytes from 27 keep what was there.
     EXPECT_EQ(WriteSPIEx(5, 0, 0, 3, 10, nullptr, 0, nullptr, 0), 1);
-    staged = awaitCommand(emulated.board(), 0xF030, ++sent);
+    staged = awaitCommand(board(), 0xF030, ++sent);
     EXPECT_EQ(slice(staged, 19, 12), (Bytes{5, 0, 0, 0, 0, 0, 0, 0, 9, 8, 7, 6}));
 }
 
-TEST(SpiTransfer, ReadsZeroFillPastWhatTheBoardDelivered) {
-    Capture capture;
-    EmulatedBoard emulated;
-    ASSERT_TRUE(emulated.openAndSettle(capture));
+TEST_F(SpiTransfer, ReadsZeroFillPastWhatTheBoardDeliveredAndOnACorruptedLength) {
     const uint8_t data[] = {0x11, 0x22, 0x33, 0x44};
     GuardedBuffer reply(16);
     EXPECT_EQ(WriteSPIEx(2, 2, 0, 3, 50, data, 4, reply.data(), 16), 1);
@@ -84,26 +76,18 @@ TEST(SpiTransfer, ReadsZeroFillPastWhatTheBoardDelivered) {
     EXPECT_EQ(slice(got, 0, 484), slice(many, 0, 484));
     EXPECT_TRUE(std::all_of(got.begin() + 484, got.end(), [](uint8_t b) { return b == 0; }));
     EXPECT_TRUE(large.guardsIntact());
-}
 
-TEST(SpiTransfer, CorruptedLengthGivesZerosAndStillSucceeds) {
-    Capture capture;
-    EmulatedBoard emulated;
-    ASSERT_TRUE(emulated.openAndSettle(capture));
-    const uint8_t data[] = {1, 2, 3, 4};
-    ASSERT_EQ(WriteSPIEx(2, 2, 0, 3, 50, data, 4, nullptr, 0), 1);
+    // The response buffer was cleared before sending: a corrupted length gives zeros.
     capture.clear();
-    emulated.board().corruptLength(1);
-    GuardedBuffer reply(8);
-    EXPECT_EQ(WriteSPIEx(2, 2, 0, 3, 50, nullptr, 0, reply.data(), 8), 1);
-    EXPECT_EQ(os::lastError(), 0u);
-    EXPECT_EQ(reply.contents(), Bytes(8, 0));
-    std::vector<Text> lines = {WIDE("HID: Corrupted Data Length (0x01E6)\n"),
-                               WIDE("Valid SPI Response.\n"), WIDE("SPI Complete.\n")};
-    EXPECT_TRUE(hasPieces(capture, lines));
+    board().corruptLength(1);
+    GuardedBuffer corrupted(8);
+    EXPECT_EQ(outcome(WriteSPIEx(2, 2, 0, 3, 50, nullptr, 0, corrupted.data(), 8)), Outcome(1, 0));
+    EXPECT_EQ(corrupted.contents(), Bytes(8, 0));
+    EXPECT_TRUE(hasPieces(capture, {WIDE("HID: Corrupted Data Length (0x01E6)\n"),
+                                    WIDE("Valid SPI Response.\n"), WIDE("SPI Complete.\n")}));
 }
 
-TEST(SpiTransfer, BusyWaitEndsWhenTheBoardIsIdleOrAfterOneSecond) {
+TEST(SpiBusyWait, EndsWhenTheBoardIsIdleOrAfterOneSecond) {
     Capture capture;
     emu::BoardOptions options;
     options.commandBusyMillis = 30;
@@ -115,65 +99,55 @@ TEST(SpiTransfer, BusyWaitEndsWhenTheBoardIsIdleOrAfterOneSecond) {
     ASSERT_EQ(WriteSPIEx(2, 2, 0, 3, 50, rd, 2, nullptr, 0), 1);
     capture.clear();
     ASSERT_EQ(WriteSPIEx(2, 2, 0, 3, 50, rd, 2, nullptr, 0), 1);
-    std::vector<Text> waited = {WIDE("Writing to SPI...\n"),
-                                WIDE("Waiting for previous command to complete..."),
-                                WIDE("Done.\n"), WIDE("SPI Complete.\n")};
-    EXPECT_EQ(capture.pieces(), waited);
+    EXPECT_EQ(capture.pieces(), (Lines{WIDE("Writing to SPI...\n"),
+                                       WIDE("Waiting for previous command to complete..."),
+                                       WIDE("Done.\n"), WIDE("SPI Complete.\n")}));
 
     ASSERT_TRUE(emulated.holdBusyUntilSeen());
     capture.clear();
     size_t sentBefore = commandsWithCode(emulated.board(), 0xF030).size();
-    uint32_t start = os::tickMs();
-    EXPECT_EQ(WriteSPIEx(2, 2, 0, 3, 50, rd, 2, nullptr, 0), 1);
-    EXPECT_GE(elapsedMs(start), 1000u);
-    EXPECT_LT(elapsedMs(start), 4000u);
+    uint32_t took = millisOf([] { EXPECT_EQ(WriteSPIEx(2, 2, 0, 3, 50, rd, 2, nullptr, 0), 1); });
+    EXPECT_GE(took, 1000u);
+    EXPECT_LT(took, 4000u);
     EXPECT_TRUE(hasPieces(capture, {WIDE("Waiting for previous command to complete..."),
                                     WIDE("Done.  (timeout)\n")}));
     EXPECT_FALSE(awaitCommand(emulated.board(), 0xF030, sentBefore + 1).empty())
         << "the transfer goes out after the bound";
 }
 
-TEST(SpiTransfer, BatchStagesListTerminatorAndDataBlock) {
-    Capture capture;
-    EmulatedBoard emulated;
-    ASSERT_TRUE(emulated.openAndSettle(capture));
-    capture.clear();
+TEST_F(SpiTransfer, BatchStagesListTerminatorAndDataBlock) {
     const uint8_t list[] = {0x04};
     const uint8_t block[] = {0xA1, 0xA2, 0xA3, 0xA4};
     GuardedBuffer reply(16);
     EXPECT_EQ(BatchSPI(2, 2, 1, 3, 50, list, 1, block, 4, reply.data(), 16), 1);
-    Bytes staged = lastCommand(emulated.board(), 0xF031);
+    Bytes staged = lastCommand(board(), 0xF031);
     EXPECT_EQ(link::readWord(staged.data(), 13), 0x0303);
     EXPECT_EQ(slice(staged, 23, 4), (Bytes{16, 0, 0x04, 0xFF}));
     EXPECT_EQ(slice(staged, 125, 4), Bytes(block, block + 4));
     Bytes expected(16, 0);
     std::copy(block, block + 4, expected.begin());
     EXPECT_EQ(reply.contents(), expected) << "four bytes clocked in, the rest zeros";
-    std::vector<Text> lines = {WIDE("Writing to Batch SPI...\n"),
-                               WIDE("Command Sent.  Waiting for SPI Response...\n"),
-                               WIDE("Valid SPI Response.\n"), WIDE("SPI Complete.\n")};
-    EXPECT_EQ(capture.pieces(), lines);
+    EXPECT_EQ(capture.pieces(), (Lines{WIDE("Writing to Batch SPI...\n"),
+                                       WIDE("Command Sent.  Waiting for SPI Response...\n"),
+                                       WIDE("Valid SPI Response.\n"), WIDE("SPI Complete.\n")}));
 
     // Without a data block nothing is written at 125.
     const uint8_t threeEntries[] = {0x01, 0x02, 0x03};
     EXPECT_EQ(BatchSPI(2, 2, 0, 3, 50, threeEntries, 3, nullptr, 0, nullptr, 0), 1);
-    staged = awaitCommand(emulated.board(), 0xF031, 2);
+    staged = awaitCommand(board(), 0xF031, 2);
     EXPECT_EQ(slice(staged, 25, 4), (Bytes{0x01, 0x02, 0x03, 0xFF}));
     EXPECT_EQ(slice(staged, 125, 4), Bytes(block, block + 4));
 }
 
-TEST(SpiTransfer, OversizedArgumentsAreRefusedBeforeAnythingIsSent) {
-    Capture capture;
-    EmulatedBoard emulated;
-    ASSERT_TRUE(emulated.openAndSettle(capture));
+using CommandArguments = OpenBoard;
+
+TEST_F(CommandArguments, OversizedAndMissingAreRefusedBeforeAnythingIsSent) {
     Bytes data(500, 0x5A);
     GuardedBuffer reply(1025);
-    size_t before = emulated.board().receivedCommands().size();
-    capture.clear();
+    size_t before = board().receivedCommands().size();
     auto refused = [&](xdsp_bool result, const Char16 *line) {
-        EXPECT_EQ(result, 0);
-        EXPECT_EQ(os::lastError(), 87u);
-        EXPECT_EQ(capture.pieces(), std::vector<Text>{Text(line)});
+        EXPECT_EQ(outcome(result), Outcome(0, 87));
+        EXPECT_EQ(capture.pieces(), Lines{line});
         capture.clear();
     };
     refused(WriteSPIEx(2, 2, 0, 3, 50, data.data(), 486, reply.data(), 4),
@@ -192,18 +166,27 @@ TEST(SpiTransfer, OversizedArgumentsAreRefusedBeforeAnythingIsSent) {
             WIDE("BatchSPI: batchDataLength 388 refused, at most 387.\n"));
     refused(BatchSPI(2, 2, 0, 3, 50, data.data(), 3, data.data(), 4, reply.data(), 2000),
             WIDE("BatchSPI: readLength 2000 refused, at most 1024.\n"));
-    EXPECT_EQ(emulated.board().receivedCommands().size(), before) << "nothing was sent";
+    refused(WriteTEDS(0, data.data(), 494, reply.data(), 4),
+            WIDE("WriteTEDS: writeCount 494 refused, at most 493.\n"));
+    refused(WriteTEDS(0, data.data(), 4, reply.data(), 1025),
+            WIDE("WriteTEDS: readCount 1025 refused, at most 1024.\n"));
+    refused(WriteTEDS(0, data.data(), 4, nullptr, 4),
+            WIDE("WriteTEDS: readData is null, refused.\n"));
+    refused(WriteCalibrate(nullptr), WIDE("WriteCalibrate: block is null, refused.\n"));
+    refused(ReadCalibrate(nullptr), WIDE("ReadCalibrate: block is null, refused.\n"));
+    EXPECT_EQ(board().receivedCommands().size(), before) << "nothing was sent";
     EXPECT_EQ(reply.contents(), Bytes(1025, 0xEE));
     EXPECT_TRUE(reply.guardsIntact());
 
     // The largest lengths that fit go out whole.
     EXPECT_EQ(WriteSPIEx(2, 2, 0, 3, 50, data.data(), 485, nullptr, 0), 1);
-    EXPECT_EQ(awaitCommand(emulated.board(), 0xF030, 1).size(), 512u);
-    EXPECT_EQ(emulated.board().lastSpiTransfer().written, Bytes(485, 0x5A));
+    EXPECT_EQ(awaitCommand(board(), 0xF030, 1).size(), 512u);
+    EXPECT_EQ(board().lastSpiTransfer().written, Bytes(485, 0x5A));
     EXPECT_EQ(BatchSPI(2, 2, 0, 3, 50, data.data(), 99, data.data(), 387, nullptr, 0), 1);
+    EXPECT_EQ(WriteTEDS(0, data.data(), 493, reply.data(), 1024), 1);
 }
 
-TEST(CommandArguments, ShortOutputReportLimitsWhatFits) {
+TEST(ShortOutputReport, LimitsWhatFits) {
     Capture capture;
     emu::BoardOptions options;
     options.outputReportLength = 64;
@@ -216,12 +199,12 @@ TEST(CommandArguments, ShortOutputReportLimitsWhatFits) {
     EXPECT_EQ(BatchSPI(2, 2, 0, 3, 50, data.data(), 1, data.data(), 1, nullptr, 0), 0);
     EXPECT_EQ(ReadFLASH(0, data.data(), 4), 0);
     EXPECT_EQ(os::lastError(), 87u);
-    std::vector<Text> lines = {
-        WIDE("WriteSPIEx: writeLength 38 refused, at most 37.\n"),
-        WIDE("BatchSPI: refused, the output report of 64 bytes cannot hold its 65.\n"),
-        WIDE("BatchSPI: batchDataLength 1 refused, at most 0.\n"),
-        WIDE("ReadFLASH: refused, the output report of 64 bytes cannot hold its 277.\n")};
-    EXPECT_EQ(capture.pieces(), lines);
+    EXPECT_EQ(
+        capture.pieces(),
+        (Lines{WIDE("WriteSPIEx: writeLength 38 refused, at most 37.\n"),
+               WIDE("BatchSPI: refused, the output report of 64 bytes cannot hold its 65.\n"),
+               WIDE("BatchSPI: batchDataLength 1 refused, at most 0.\n"),
+               WIDE("ReadFLASH: refused, the output report of 64 bytes cannot hold its 277.\n")}));
     EXPECT_EQ(emulated.board().receivedCommands().size(), 2u) << "only the two INITs went out";
 
     // What fits goes out: the longest write, a list up to the report's end, a calibration block.

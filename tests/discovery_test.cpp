@@ -6,7 +6,9 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <optional>
 #include <string>
+#include <utility>
 #ifndef _WIN32
 #include "os/posix/sysfs.h"
 
@@ -157,40 +159,30 @@ TEST(SerialCompanion, FindsTheTtyOfInterfaceZeroInSysfs) {
     tree.add(8, 0x20B1, 0x0101, 1);
     tree.addSerialPort(8, "ttyACM3", std::string(80, 'p').c_str());
 
-    auto lookUp = [&tree](const Char16 *hidPath, Text *name, Text *port) {
-        Char16 nameBuffer[XDSP_FRIENDLY_NAME_CHARS];
-        Char16 portBuffer[XDSP_DEVICE_PATH_CHARS];
-        bool handled =
-            xdsp::os::serialPortAtRoot(tree.root().c_str(), hidPath, nameBuffer, portBuffer);
-        *name = handled ? nameBuffer : WIDE("-");
-        *port = handled ? portBuffer : WIDE("-");
-        return handled;
+    // The name and the port; nothing when the path is not a node the tree names.
+    using Found = std::optional<std::pair<Text, Text>>;
+    auto lookUp = [&tree](const Char16 *hidPath) -> Found {
+        Char16 name[XDSP_FRIENDLY_NAME_CHARS];
+        Char16 port[XDSP_DEVICE_PATH_CHARS];
+        if (!xdsp::os::serialPortAtRoot(tree.root().c_str(), hidPath, name, port))
+            return std::nullopt;
+        return std::pair<Text, Text>(name, port);
     };
-    Text name;
-    Text port;
-    ASSERT_TRUE(lookUp(WIDE("/dev/hidraw4"), &name, &port));
-    EXPECT_EQ(name, Text(WIDE("XDSP Board (ttyACM0)")));
-    EXPECT_EQ(port, Text(WIDE("/dev/ttyACM0")));
-
-    ASSERT_TRUE(lookUp(WIDE("/dev/hidraw6"), &name, &port));
-    EXPECT_EQ(name, Text(WIDE("USB Serial Device (ttyACM1)"))) << "no product string";
-    EXPECT_EQ(port, Text(WIDE("/dev/ttyACM1")));
-
-    ASSERT_TRUE(lookUp(WIDE("/dev/hidraw7"), &name, &port));
-    EXPECT_EQ(name, Text(u"M\u00FCller DSP \U0001F3B5 (ttyACM2)")) << "UTF-8 product strings";
-
-    ASSERT_TRUE(lookUp(WIDE("/dev/hidraw8"), &name, &port));
-    EXPECT_EQ(name, Text(63, Char16('p'))) << "a long name is cut for the caller";
-    EXPECT_EQ(port, Text(WIDE("/dev/ttyACM3"))) << "the port comes from the tty itself";
-
-    for (const Char16 *withoutPort : {WIDE("/dev/hidraw5"), WIDE("/dev/hidraw99")}) {
-        ASSERT_TRUE(lookUp(withoutPort, &name, &port));
-        EXPECT_EQ(name, Text());
-        EXPECT_EQ(port, Text());
-    }
+    EXPECT_EQ(lookUp(WIDE("/dev/hidraw4")),
+              Found({WIDE("XDSP Board (ttyACM0)"), WIDE("/dev/ttyACM0")}));
+    EXPECT_EQ(lookUp(WIDE("/dev/hidraw6")),
+              Found({WIDE("USB Serial Device (ttyACM1)"), WIDE("/dev/ttyACM1")}))
+        << "no product string";
+    EXPECT_EQ(lookUp(WIDE("/dev/hidraw7")),
+              Found({u"M\u00FCller DSP \U0001F3B5 (ttyACM2)", WIDE("/dev/ttyACM2")}))
+        << "UTF-8 product strings";
+    EXPECT_EQ(lookUp(WIDE("/dev/hidraw8")), Found({Text(63, Char16('p')), WIDE("/dev/ttyACM3")}))
+        << "a long name is cut for the caller; the port comes from the tty itself";
+    for (const Char16 *withoutPort : {WIDE("/dev/hidraw5"), WIDE("/dev/hidraw99")})
+        EXPECT_EQ(lookUp(withoutPort), Found({Text(), Text()}));
     for (const Char16 *otherPath :
          {WIDE("/dev/hidraw"), WIDE("/dev/hidraw4x"), WIDE("/dev/hidraw-4"),
           WIDE("/tmp/board.sock"), WIDE("\\\\?\\hid#vid_20b1&pid_0101#7&1&0&0000#{g}"), WIDE("")})
-        EXPECT_FALSE(lookUp(otherPath, &name, &port)) << xdsp::test::narrow(otherPath);
+        EXPECT_EQ(lookUp(otherPath), std::nullopt) << xdsp::test::narrow(otherPath);
 }
 #endif

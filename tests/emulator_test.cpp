@@ -1,6 +1,8 @@
 // The emulator's server as the host sees it, over the library's own device calls.
 #include "board.h"
+#include "link/report_format.h"
 #include "os/os.h"
+#include "support/capture.h"
 #include "virtual_device_server.h"
 
 #include <gtest/gtest.h>
@@ -9,34 +11,16 @@
 #include <string>
 #include <vector>
 
+using namespace xdsp;
+
 namespace {
 
-using xdsp::emu::Board;
-using xdsp::emu::BoardOptions;
+using emu::Board;
+using emu::BoardOptions;
 using Report = std::vector<uint8_t>;
 
-uint16_t word(const Report &report, size_t offset) {
-    return static_cast<uint16_t>(report.at(offset) | report.at(offset + 1) << 8);
-}
-
-void putWord(Report &report, size_t offset, uint16_t value) {
-    report.at(offset) = static_cast<uint8_t>(value);
-    report.at(offset + 1) = static_cast<uint8_t>(value >> 8);
-}
-
-uint16_t inverted(uint32_t sum) {
-    return static_cast<uint16_t>(~sum);
-}
-
-// An output report as the host stages it.
-Report command(uint16_t code, uint8_t sequence, uint16_t gpioOutputs = 0) {
-    Report report(512, 0);
-    putWord(report, 1, 0x4452);
-    report[3] = sequence;
-    putWord(report, 7, gpioOutputs);
-    putWord(report, 9, code);
-    putWord(report, 11, inverted(0x4452u + gpioOutputs + code));
-    return report;
+uint16_t responseCode(const Report &report) {
+    return link::readWord(report.data(), link::input::response);
 }
 
 // The server through the calls the library opens every device with.
@@ -49,52 +33,47 @@ class EmulatorServer : public ::testing::Test {
         path = ::testing::TempDir() + "xdsp-emu-test-" +
 #endif
                std::to_string(std::chrono::steady_clock::now().time_since_epoch().count());
-        for (char c : path)
-            widePath.push_back(static_cast<xdsp::os::Char16>(static_cast<unsigned char>(c)));
-        widePath.push_back(0);
+        widePath = test::wide(path);
     }
 
-    xdsp::os::Device *open(uint32_t *error) {
+    os::Device *open(uint32_t *error) {
         *error = 0;
-        return xdsp::os::deviceOpen(widePath.data(), error);
+        return os::deviceOpen(widePath.c_str(), error);
     }
 
     std::string path;
-    std::vector<xdsp::os::Char16> widePath;
+    test::Text widePath;
 };
 
 TEST_F(EmulatorServer, ServesOneHostAtATimeUntilUnplugged) {
     BoardOptions options;
     options.reportPeriodMicros = 20000;
     Board board(options);
-    xdsp::emu::VirtualDeviceServer server(board);
+    emu::VirtualDeviceServer server(board);
     ASSERT_TRUE(server.start(path)) << server.error();
 
     uint32_t error = 0;
-    xdsp::os::Device *host = open(&error);
+    os::Device *host = open(&error);
     ASSERT_NE(host, nullptr) << "error " << error;
-    xdsp::os::ReportLengths lengths;
-    ASSERT_TRUE(xdsp::os::deviceReportLengths(host, &lengths));
-    EXPECT_EQ(lengths.input, 512u);
-    EXPECT_EQ(lengths.output, 512u);
     EXPECT_TRUE(server.hostConnected());
 
-    Report output = command(0xF000, 0x00);
+    Report output(512, 0);
+    link::buildOutputHeader(output.data(), 0xF000, 0, 0);
     Report input(512, 0);
     size_t received = 0;
     auto sent = std::chrono::steady_clock::now();
-    ASSERT_TRUE(xdsp::os::deviceWrite(host, output.data(), output.size(), &error));
-    ASSERT_TRUE(xdsp::os::deviceRead(host, input.data(), input.size(), &received, &error));
+    ASSERT_TRUE(os::deviceWrite(host, output.data(), output.size(), &error));
+    ASSERT_TRUE(os::deviceRead(host, input.data(), input.size(), &received, &error));
     EXPECT_GE(std::chrono::steady_clock::now() - sent, std::chrono::microseconds(19000))
         << "one report period after the output report";
     EXPECT_EQ(received, 512u);
-    EXPECT_EQ(word(input, 10), 0xF000);
+    EXPECT_EQ(responseCode(input), 0xF000);
     EXPECT_EQ(board.outputReportCount(), 1u);
 
     EXPECT_EQ(open(&error), nullptr);
-    EXPECT_EQ(error, xdsp::os::error::sharingViolation);
+    EXPECT_EQ(error, os::error::sharingViolation);
     EXPECT_EQ(server.refusedConnections(), 1u);
-    xdsp::emu::VirtualDeviceServer rival(board);
+    emu::VirtualDeviceServer rival(board);
     EXPECT_FALSE(rival.start(path)) << "a live server's path is not taken over";
 
 #ifdef _WIN32
@@ -104,43 +83,41 @@ TEST_F(EmulatorServer, ServesOneHostAtATimeUntilUnplugged) {
 #endif
     server.unplug();
     EXPECT_FALSE(server.hostConnected());
-    EXPECT_FALSE(xdsp::os::deviceRead(host, input.data(), input.size(), &received, &error));
-    EXPECT_EQ(error, xdsp::os::error::invalidHandle);
-    xdsp::os::deviceClose(host);
+    EXPECT_FALSE(os::deviceRead(host, input.data(), input.size(), &received, &error));
+    EXPECT_EQ(error, os::error::invalidHandle);
+    os::deviceClose(host);
     EXPECT_EQ(open(&error), nullptr);
-    EXPECT_EQ(error, xdsp::os::error::sharingViolation);
+    EXPECT_EQ(error, os::error::sharingViolation);
     EXPECT_EQ(server.refusedConnections(), 2u + rivalProbes) << "the rival's probe, then this one";
 
     server.replug();
     host = open(&error);
     ASSERT_NE(host, nullptr) << "error " << error;
     EXPECT_TRUE(server.hostConnected());
-    ASSERT_TRUE(xdsp::os::deviceWrite(host, output.data(), output.size(), &error));
-    ASSERT_TRUE(xdsp::os::deviceRead(host, input.data(), input.size(), &received, &error));
-    EXPECT_EQ(word(input, 10), 0xF000) << "the first report of a connection is a new command";
+    ASSERT_TRUE(os::deviceWrite(host, output.data(), output.size(), &error));
+    ASSERT_TRUE(os::deviceRead(host, input.data(), input.size(), &received, &error));
+    EXPECT_EQ(responseCode(input), 0xF000) << "the first report of a connection is a new command";
     EXPECT_EQ(input[4], 0x01);
 
     // A host that leaves while the board holds its answer back frees the board.
     board.stallReports(true);
-    ASSERT_TRUE(xdsp::os::deviceWrite(host, output.data(), output.size(), &error));
-    xdsp::os::deviceClose(host);
-    for (int i = 0; i < 100 && server.hostConnected(); ++i)
-        xdsp::os::sleepMs(10);
-    EXPECT_FALSE(server.hostConnected());
+    ASSERT_TRUE(os::deviceWrite(host, output.data(), output.size(), &error));
+    os::deviceClose(host);
+    EXPECT_TRUE(test::eventually([&] { return !server.hostConnected(); }, 1000));
     board.stallReports(false);
 
     host = open(&error);
     ASSERT_NE(host, nullptr) << "error " << error;
     server.stop();
-    EXPECT_FALSE(xdsp::os::deviceRead(host, input.data(), input.size(), &received, &error));
-    xdsp::os::deviceClose(host);
+    EXPECT_FALSE(os::deviceRead(host, input.data(), input.size(), &received, &error));
+    os::deviceClose(host);
     EXPECT_EQ(open(&error), nullptr);
-    EXPECT_EQ(error, xdsp::os::error::fileNotFound) << "stop removes the socket";
+    EXPECT_EQ(error, os::error::fileNotFound) << "stop removes the socket";
 }
 
 TEST_F(EmulatorServer, RefusesPathsItCannotServe) {
     Board board;
-    xdsp::emu::VirtualDeviceServer server(board);
+    emu::VirtualDeviceServer server(board);
     EXPECT_FALSE(server.start(std::string(200, 'x')));
     EXPECT_FALSE(server.error().empty());
 
@@ -152,9 +129,9 @@ TEST_F(EmulatorServer, RefusesPathsItCannotServe) {
     std::remove(filePath.c_str());
 
     BoardOptions huge;
-    huge.inputReportLength = xdsp::emu::maxReportLength + 1;
+    huge.inputReportLength = emu::maxReportLength + 1;
     Board hugeBoard(huge);
-    xdsp::emu::VirtualDeviceServer hugeServer(hugeBoard);
+    emu::VirtualDeviceServer hugeServer(hugeBoard);
     EXPECT_FALSE(hugeServer.start(path));
 }
 

@@ -41,7 +41,7 @@ TEST(ErrorText, SystemTextOrUnknownWithSignedCode) {
     EXPECT_EQ(Text(xdsp::errorText(12345678u)), Text(WIDE("Unknown Error: 12345678")));
 }
 
-TEST(BoundedString, CutsToCapacityAndAlwaysTerminates) {
+TEST(BoundedString, CutsToCapacityAlwaysTerminatesAndFormatsTheDebugLines) {
     Text longLine(300, WIDE('x'));
     Char16 buffer[256];
     std::memset(buffer, 0x55, sizeof buffer);
@@ -55,10 +55,8 @@ TEST(BoundedString, CutsToCapacityAndAlwaysTerminates) {
     EXPECT_EQ(Text(small), Text(WIDE("012345")));
     EXPECT_EQ(small[7], guard) << "nothing past the stated capacity is written";
     EXPECT_EQ(xdsp::boundedCopy(small, 0, WIDE("abc")), 0u);
-}
 
-TEST(BoundedString, FormatsTheConversionsDebugLinesUse) {
-    Char16 buffer[256];
+    // The conversions that debug lines use.
     xdsp::boundedFormat(buffer, 256, WIDE("HID: Corrupted Data Length (0x%04X)\n"), 0x101u);
     EXPECT_EQ(Text(buffer), Text(WIDE("HID: Corrupted Data Length (0x0101)\n")));
     xdsp::boundedFormat(buffer, 256, WIDE("{%08X-%04X-%02X%02x}"), 0x4D1E55B2u, 0xF16Fu, 0x88u,

@@ -1,6 +1,7 @@
 #include "link/transaction.h"
-#include "support/emulated_board.h"
+#include "support/commands.h"
 
+#include <array>
 #include <gtest/gtest.h>
 #ifdef _WIN32
 #include <windows.h>
@@ -13,33 +14,35 @@
 using namespace xdsp;
 using namespace xdsp::test;
 
+namespace {
+void closeDevice(xdsp_handle device) {
+#ifdef _WIN32
+    CloseHandle(device);
+#else
+    EXPECT_EQ(xdsp_close_device(device), 1);
+#endif
+}
+} // namespace
+
 TEST(OpenClose, CloseWithNothingOpenAndFailedOpens) {
     Capture capture;
     os::setLastError(0);
-    EXPECT_EQ(DestroyHIDUSBPacket(), 0);
-    EXPECT_EQ(os::lastError(), 55u);
+    EXPECT_EQ(outcome(DestroyHIDUSBPacket()), Outcome(0, 55));
     EXPECT_TRUE(capture.pieces().empty());
 
-    EXPECT_EQ(InitializeHIDUSBPacketPath(absentDevicePath().c_str()), 0);
-    EXPECT_EQ(os::lastError(), 2u);
+    EXPECT_EQ(outcome(InitializeHIDUSBPacketPath(absentDevicePath().c_str())), Outcome(0, 2));
     EXPECT_EQ(IsOnline(), 0);
     Char16 notFound[256];
     ASSERT_TRUE(os::systemErrorText(2, notFound, 256));
-    std::vector<Text> expected = {WIDE("Opening HID.\n"), WIDE("HID: CreateFile Error: "), notFound,
-                                  WIDE("\n")};
-    EXPECT_EQ(capture.pieces(), expected);
-    EXPECT_EQ(DestroyHIDUSBPacket(), 0) << "a failed open leaves nothing to close";
-    EXPECT_EQ(os::lastError(), 55u);
+    EXPECT_EQ(capture.pieces(), (Lines{WIDE("Opening HID.\n"), WIDE("HID: CreateFile Error: "),
+                                       notFound, WIDE("\n")}));
+    EXPECT_EQ(outcome(DestroyHIDUSBPacket()), Outcome(0, 55)) << "a failed open leaves nothing";
 
     // No path at all is a bad argument on every platform, not a missing device.
-    EXPECT_EQ(InitializeHIDUSBPacketPath(nullptr), 0);
-    EXPECT_EQ(os::lastError(), 87u);
-    EXPECT_EQ(InitializeHIDUSBPacket(nullptr), 0);
-    EXPECT_EQ(os::lastError(), 87u);
-    EXPECT_EQ(OpenUSBHIDDevicePath(nullptr), nullptr);
-    EXPECT_EQ(os::lastError(), 87u);
-    EXPECT_EQ(OpenUSBHIDDevice(nullptr), nullptr);
-    EXPECT_EQ(os::lastError(), 87u);
+    EXPECT_EQ(outcome(InitializeHIDUSBPacketPath(nullptr)), Outcome(0, 87));
+    EXPECT_EQ(outcome(InitializeHIDUSBPacket(nullptr)), Outcome(0, 87));
+    EXPECT_EQ(outcome(OpenUSBHIDDevicePath(nullptr) != nullptr), Outcome(0, 87));
+    EXPECT_EQ(outcome(OpenUSBHIDDevice(nullptr) != nullptr), Outcome(0, 87));
     EXPECT_EQ(IsOnline(), 0);
 }
 
@@ -49,65 +52,49 @@ TEST(OpenClose, OpensReportsLengthsAndRefusesASecondHandle) {
     xdsp_handle device = OpenUSBHIDDevicePath(emulated.path().c_str());
     ASSERT_NE(device, nullptr);
     EXPECT_EQ(os::lastError(), 0u);
-    uint32_t input = 1, output = 1, feature = 1;
-    EXPECT_EQ(GetHIDUSBSizes(device, &input, &output, &feature), 1);
-    EXPECT_EQ(input, 512u);
-    EXPECT_EQ(output, 512u);
-    EXPECT_EQ(feature, 0u);
+    std::array<uint32_t, 3> lengths = {1, 1, 1}; // input, output, feature
+    EXPECT_EQ(GetHIDUSBSizes(device, &lengths[0], &lengths[1], &lengths[2]), 1);
+    EXPECT_EQ(lengths, (std::array<uint32_t, 3>{512, 512, 0}));
     EXPECT_EQ(GetHIDUSBSizes(device, nullptr, nullptr, nullptr), 1);
 
-    EXPECT_EQ(OpenUSBHIDDevicePath(emulated.path().c_str()), nullptr);
-    EXPECT_EQ(os::lastError(), 32u) << "the device is held exclusively";
-    EXPECT_EQ(InitializeHIDUSBPacketPath(emulated.path().c_str()), 0);
-    EXPECT_EQ(os::lastError(), 32u);
+    EXPECT_EQ(outcome(OpenUSBHIDDevicePath(emulated.path().c_str()) != nullptr), Outcome(0, 32))
+        << "the device is held exclusively";
+    EXPECT_EQ(outcome(InitializeHIDUSBPacketPath(emulated.path().c_str())), Outcome(0, 32));
     EXPECT_EQ(IsOnline(), 0);
-#ifdef _WIN32
-    CloseHandle(device);
-#else
-    EXPECT_EQ(xdsp_close_device(device), 1);
-    os::setLastError(0);
-    EXPECT_EQ(xdsp_close_device(nullptr), 0);
-    EXPECT_EQ(os::lastError(), 6u);
+    closeDevice(device);
+#ifndef _WIN32
+    EXPECT_EQ(outcome(xdsp_close_device(nullptr)), Outcome(0, 6));
 #endif
     device = OpenUSBHIDDevicePath(emulated.path().c_str());
     ASSERT_NE(device, nullptr) << "closing gave up the exclusive hold";
-#ifdef _WIN32
-    CloseHandle(device);
-#else
-    xdsp_close_device(device);
-#endif
+    closeDevice(device);
 
-    input = 7;
-    EXPECT_EQ(GetHIDUSBSizes(nullptr, &input, nullptr, nullptr), 0);
-    EXPECT_EQ(input, 0u);
+    EXPECT_EQ(GetHIDUSBSizes(nullptr, &lengths[0], nullptr, nullptr), 0);
+    EXPECT_EQ(lengths[0], 0u);
 }
 
-TEST(OpenClose, OpenRunsThePollThreadAndCloseStopsIt) {
-    Capture capture;
-    EmulatedBoard emulated;
-    ASSERT_TRUE(emulated.openAndSettle(capture));
+using OpenLink = OpenBoard;
+
+TEST_F(OpenLink, RunsThePollThreadUntilTheCloseStopsIt) {
     EXPECT_EQ(os::lastError(), 0u);
     EXPECT_EQ(IsOnline(), 1);
     EXPECT_TRUE(link::linkRunning(link::processLink()));
 
     os::setLastError(77);
-    EXPECT_EQ(IsOnline(), 1);
-    EXPECT_EQ(os::lastError(), 77u) << "IsOnline leaves the last-error alone";
+    EXPECT_EQ(outcome(IsOnline()), Outcome(1, 77)) << "IsOnline leaves the last-error alone";
 
-    capture.clear();
-    EXPECT_EQ(DestroyHIDUSBPacket(), 1);
-    EXPECT_EQ(os::lastError(), 0u);
+    EXPECT_EQ(outcome(DestroyHIDUSBPacket()), Outcome(1, 0));
     EXPECT_EQ(IsOnline(), 0);
     EXPECT_FALSE(link::linkRunning(link::processLink()));
-    std::vector<Text> expected = {WIDE("Closing HID.\n"), WIDE("HID: Cleaning up Poll Thread.\n"),
-                                  WIDE("HID: Exiting HID Poll Thread.\n")};
-    EXPECT_EQ(capture.pieces(), expected);
+    EXPECT_EQ(capture.pieces(),
+              (Lines{WIDE("Closing HID.\n"), WIDE("HID: Cleaning up Poll Thread.\n"),
+                     WIDE("HID: Exiting HID Poll Thread.\n")}));
     EXPECT_TRUE(eventually([&] { return !emulated.server().hostConnected(); }));
 
-    uint32_t reports = emulated.board().outputReportCount();
+    uint32_t reports = board().outputReportCount();
     SendCommand(0xFFFF);
     os::sleepMs(20);
-    EXPECT_EQ(emulated.board().outputReportCount(), reports) << "nothing is sent after a close";
+    EXPECT_EQ(board().outputReportCount(), reports) << "nothing is sent after a close";
 }
 
 TEST(OpenClose, OpeningAgainClosesTheOldLinkFirst) {
@@ -117,12 +104,10 @@ TEST(OpenClose, OpeningAgainClosesTheOldLinkFirst) {
     ASSERT_TRUE(first.openAndSettle(capture));
     capture.clear();
     ASSERT_EQ(InitializeHIDUSBPacketPath(second.path().c_str()), 1);
-    std::vector<Text> pieces = capture.pieces();
-    ASSERT_GE(pieces.size(), 4u);
-    EXPECT_EQ(pieces[0], Text(WIDE("Closing HID.\n")));
-    EXPECT_EQ(pieces[1], Text(WIDE("HID: Cleaning up Poll Thread.\n")));
-    EXPECT_EQ(pieces[2], Text(WIDE("HID: Exiting HID Poll Thread.\n")));
-    EXPECT_EQ(pieces[3], Text(WIDE("Opening HID.\n")));
+    Lines pieces = capture.pieces();
+    pieces.resize(4);
+    EXPECT_EQ(pieces, (Lines{WIDE("Closing HID.\n"), WIDE("HID: Cleaning up Poll Thread.\n"),
+                             WIDE("HID: Exiting HID Poll Thread.\n"), WIDE("Opening HID.\n")}));
     EXPECT_TRUE(eventually([&] { return !first.server().hostConnected(); }));
     EXPECT_TRUE(eventually([&] { return second.server().hostConnected(); }));
 }
@@ -138,23 +123,6 @@ TEST(OpenClose, ReopensAtOnceAfterAClose) {
     EXPECT_EQ(emulated.server().refusedConnections(), 0u);
 }
 
-TEST(OpenClose, ZeroReportLengthGivesUpTheThreadButStaysOnline) {
-    for (bool zeroInput : {true, false}) {
-        Capture capture;
-        emu::BoardOptions options;
-        (zeroInput ? options.inputReportLength : options.outputReportLength) = 0;
-        EmulatedBoard emulated(options);
-        ASSERT_EQ(InitializeHIDUSBPacketPath(emulated.path().c_str()), 1);
-        EXPECT_TRUE(capture.waitFor(WIDE("HID:: HID Init Error: Cancelling Thread.\n"), 2000));
-        EXPECT_EQ(IsOnline(), 1);
-        EXPECT_FALSE(link::linkRunning(link::processLink()));
-        SendCommand(0xF000);
-        EXPECT_EQ(emulated.board().outputReportCount(), 0u);
-        EXPECT_EQ(DestroyHIDUSBPacket(), 1);
-        EXPECT_EQ(capture.count(WIDE("Forcably terminating HID thread.\n")), 0u);
-    }
-}
-
 #ifndef _WIN32 // the Windows counterpart is in virtual_device_pipe_test.cpp
 TEST(OpenClose, VirtualDeviceThatSendsNoDescriptorFailsWithInternalError) {
     std::string path = "/tmp/xdsp-silent-" + std::to_string(getpid()) + ".sock";
@@ -166,8 +134,7 @@ TEST(OpenClose, VirtualDeviceThatSendsNoDescriptorFailsWithInternalError) {
     ASSERT_EQ(listen(listener, 1), 0);
 
     Capture capture;
-    Text widePath(path.begin(), path.end());
-    EXPECT_EQ(OpenUSBHIDDevicePath(widePath.c_str()), nullptr);
+    EXPECT_EQ(OpenUSBHIDDevicePath(wide(path).c_str()), nullptr);
     EXPECT_EQ(os::lastError(), 1359u);
     close(listener);
     unlink(path.c_str());

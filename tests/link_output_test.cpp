@@ -1,8 +1,7 @@
 #include "link/link.h"
 #include "link/report_format.h"
-#include "support/emulated_board.h"
+#include "support/commands.h"
 
-#include <algorithm>
 #include <cstring>
 #include <gtest/gtest.h>
 
@@ -14,12 +13,10 @@ TEST(OutputReports, InitTwiceThenCommandsWithTheirSequenceBytes) {
     EmulatedBoard emulated;
     uint16_t firstSequence = link::processLink().shared.sequenceCounter.load();
     ASSERT_TRUE(emulated.openAndSettle(capture));
-    std::vector<Text> pieces = capture.pieces();
-    ASSERT_GE(pieces.size(), 3u);
-    std::vector<Text> start(pieces.begin(), pieces.begin() + 3);
-    std::vector<Text> expectedStart = {WIDE("Opening HID.\n"), WIDE("HID: Starting Poll Loop.\n"),
-                                       WIDE("HID: Sending INIT Command.\n")};
-    EXPECT_EQ(start, expectedStart);
+    Lines start = capture.pieces();
+    start.resize(3);
+    EXPECT_EQ(start, (Lines{WIDE("Opening HID.\n"), WIDE("HID: Starting Poll Loop.\n"),
+                            WIDE("HID: Sending INIT Command.\n")}));
 
     auto commands = emulated.board().receivedCommands();
     ASSERT_GE(commands.size(), 2u);
@@ -56,10 +53,8 @@ TEST(OutputReports, ProductNameRecordArrivesThroughTheInitAnswers) {
     options.productName = "Bench Board 7";
     EmulatedBoard emulated(options);
     ASSERT_TRUE(emulated.openAndSettle(capture));
-    std::vector<Text> line = {WIDE("HID: ProductName: "), WIDE("Bench Board 7"), WIDE("\n")};
-    auto pieces = capture.pieces();
-    auto found = std::search(pieces.begin(), pieces.end(), line.begin(), line.end());
-    EXPECT_NE(found, pieces.end());
+    EXPECT_TRUE(
+        hasPieces(capture, {WIDE("HID: ProductName: "), WIDE("Bench Board 7"), WIDE("\n")}));
 
     uint8_t record[190];
     std::memset(record, 0xEE, sizeof record);

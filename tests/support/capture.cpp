@@ -1,8 +1,10 @@
 #include "support/capture.h"
 
+#include <algorithm>
+
 namespace xdsp::test {
 
-Capture::Capture() : lock_(os::lockCreate()) {
+Capture::Capture() {
     os::setDebugSink(&Capture::onDebug, this);
     os::setMessageSink(&Capture::onMessage, this);
 }
@@ -10,30 +12,25 @@ Capture::Capture() : lock_(os::lockCreate()) {
 Capture::~Capture() {
     os::setDebugSink(nullptr, nullptr);
     os::setMessageSink(nullptr, nullptr);
-    os::lockDelete(lock_);
 }
 
 void Capture::onDebug(const Char16 *text, void *context) {
     auto *self = static_cast<Capture *>(context);
-    os::lockEnter(self->lock_);
+    std::lock_guard<std::mutex> hold(self->mutex_);
     self->pieces_.emplace_back(text);
-    os::lockLeave(self->lock_);
 }
 
 int Capture::onMessage(const Char16 *text, const Char16 *caption, uint32_t style, void *context) {
     auto *self = static_cast<Capture *>(context);
-    os::lockEnter(self->lock_);
+    std::lock_guard<std::mutex> hold(self->mutex_);
     // A box without a caption (the system's default one) records an empty one.
     self->boxes_.push_back(MessageBoxCall{text, caption != nullptr ? caption : Text{}, style});
-    os::lockLeave(self->lock_);
     return 1;
 }
 
 std::vector<Text> Capture::pieces() const {
-    os::lockEnter(lock_);
-    std::vector<Text> copy = pieces_;
-    os::lockLeave(lock_);
-    return copy;
+    std::lock_guard<std::mutex> hold(mutex_);
+    return pieces_;
 }
 
 Text Capture::joined() const {
@@ -44,45 +41,27 @@ Text Capture::joined() const {
 }
 
 size_t Capture::count(const Text &piece) const {
-    size_t found = 0;
-    for (const Text &each : pieces())
-        found += each == piece ? 1 : 0;
-    return found;
+    std::vector<Text> all = pieces();
+    return static_cast<size_t>(std::count(all.begin(), all.end(), piece));
 }
 
 bool Capture::waitFor(const Text &text, uint32_t timeoutMs) const {
-    uint32_t start = os::tickMs();
-    for (;;) {
-        if (joined().find(text) != Text::npos)
-            return true;
-        if (os::tickMs() - start >= timeoutMs)
-            return false;
-        os::sleepMs(5);
-    }
+    return eventually([&] { return joined().find(text) != Text::npos; }, timeoutMs);
 }
 
 std::vector<MessageBoxCall> Capture::messageBoxes() const {
-    os::lockEnter(lock_);
-    std::vector<MessageBoxCall> copy = boxes_;
-    os::lockLeave(lock_);
-    return copy;
+    std::lock_guard<std::mutex> hold(mutex_);
+    return boxes_;
 }
 
 bool Capture::waitForMessageBoxes(size_t count, uint32_t timeoutMs) const {
-    uint32_t start = os::tickMs();
-    while (messageBoxes().size() < count) {
-        if (os::tickMs() - start >= timeoutMs)
-            return false;
-        os::sleepMs(5);
-    }
-    return true;
+    return eventually([&] { return messageBoxes().size() >= count; }, timeoutMs);
 }
 
 void Capture::clear() {
-    os::lockEnter(lock_);
+    std::lock_guard<std::mutex> hold(mutex_);
     pieces_.clear();
     boxes_.clear();
-    os::lockLeave(lock_);
 }
 
 std::string narrow(const Text &text) {

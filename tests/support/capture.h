@@ -5,12 +5,14 @@
 #include "os/os.h"
 
 #include <cstdint>
+#include <mutex>
 #include <string>
 #include <vector>
 
 namespace xdsp::test {
 
 using Text = std::basic_string<Char16>;
+using Lines = std::vector<Text>;
 
 struct MessageBoxCall {
     Text text;
@@ -22,8 +24,6 @@ class Capture {
   public:
     Capture();
     ~Capture();
-    Capture(const Capture &) = delete;
-    Capture &operator=(const Capture &) = delete;
 
     std::vector<Text> pieces() const;
     Text joined() const;
@@ -37,12 +37,27 @@ class Capture {
   private:
     static void onDebug(const Char16 *text, void *context);
     static int onMessage(const Char16 *text, const Char16 *caption, uint32_t style, void *context);
-    os::Lock *lock_;
+    mutable std::mutex mutex_;
     std::vector<Text> pieces_;
     std::vector<MessageBoxCall> boxes_;
 };
 
 // Narrow text for failure messages.
 std::string narrow(const Text &text);
+// ASCII text as the library's text.
+inline Text wide(const std::string &text) {
+    return Text(text.begin(), text.end());
+}
+
+// Polls a condition until it holds or the time-out passes.
+template <typename Condition> bool eventually(Condition condition, uint32_t timeoutMs = 3000) {
+    uint32_t start = os::tickMs();
+    while (!condition()) {
+        if (os::tickMs() - start >= timeoutMs)
+            return false;
+        os::sleepMs(2);
+    }
+    return true;
+}
 
 } // namespace xdsp::test

@@ -50,6 +50,16 @@ uint32_t elapsedMs(uint32_t start) {
     return os::tickMs() - start;
 }
 
+Lines errorBoxTexts(const Capture &capture) {
+    Lines texts;
+    for (const MessageBoxCall &box : capture.messageBoxes()) {
+        EXPECT_EQ(box.caption, Text(WIDE("Error")));
+        EXPECT_EQ(box.style, 0u);
+        texts.push_back(box.text);
+    }
+    return texts;
+}
+
 GuardedBuffer::GuardedBuffer(size_t size, uint8_t fill) : bytes_(size + 2 * guard, guardByte) {
     std::fill_n(bytes_.begin() + guard, size, fill);
 }

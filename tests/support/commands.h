@@ -4,9 +4,13 @@
 
 #include "board.h"
 #include "support/capture.h"
+#include "support/emulated_board.h"
+
+#include <gtest/gtest.h>
 
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 namespace xdsp::test {
@@ -27,6 +31,20 @@ bool hasPieces(const Capture &capture, const std::vector<Text> &expected);
 void advanceSequenceTo(uint8_t sequence);
 // Milliseconds since start.
 uint32_t elapsedMs(uint32_t start);
+// Milliseconds a call takes.
+template <typename Call> uint32_t millisOf(Call call) {
+    uint32_t start = os::tickMs();
+    call();
+    return elapsedMs(start);
+}
+
+// A call's result with the last-error it left, to compare both at once.
+using Outcome = std::pair<int64_t, uint32_t>;
+inline Outcome outcome(int64_t result) {
+    return {result, os::lastError()};
+}
+// The texts of the message boxes shown, each checked to be an error box.
+Lines errorBoxTexts(const Capture &capture);
 
 // A caller's buffer with guard bytes on both sides, to see that nothing is
 // written outside it.
@@ -41,6 +59,19 @@ class GuardedBuffer {
     static constexpr size_t guard = 32;
     static constexpr uint8_t guardByte = 0xA5;
     Bytes bytes_;
+};
+
+// A case on an emulated board whose link is open and settled, its capture cleared.
+class OpenBoard : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        ASSERT_TRUE(emulated.openAndSettle(capture));
+        capture.clear();
+    }
+    emu::Board &board() { return emulated.board(); }
+    // Declared in this order so the board goes first and the sinks last.
+    Capture capture;
+    EmulatedBoard emulated;
 };
 
 } // namespace xdsp::test

@@ -23,23 +23,16 @@ std::string devicePath(const std::string &name) {
     return "/tmp/" + name + "-" + std::to_string(getpid()) + ".sock";
 #endif
 }
-
-Text widened(const std::string &narrowText) {
-    Text wide;
-    for (char c : narrowText)
-        wide += static_cast<Char16>(c);
-    return wide;
-}
 } // namespace
 
 Text absentDevicePath() {
-    return widened(devicePath("xdsp-no-such-device"));
+    return wide(devicePath("xdsp-no-such-device"));
 }
 
 EmulatedBoard::EmulatedBoard(emu::BoardOptions options)
     : board_(std::make_unique<emu::Board>(std::move(options))) {
     path_ = devicePath("xdsp-test-" + std::to_string(boardsMade.fetch_add(1)));
-    widePath_ = widened(path_);
+    widePath_ = wide(path_);
     server_ = std::make_unique<emu::VirtualDeviceServer>(*board_);
     server_->start(path_);
 }
@@ -57,7 +50,7 @@ bool EmulatedBoard::openAndSettle(Capture &capture) {
         return false;
     // The poll thread writes the product-name line in three pieces; waiting for
     // the whole second line keeps its tail out of a capture cleared right after.
-    return eventually([&] {
+    bool named = eventually([&] {
         std::vector<Text> pieces = capture.pieces();
         size_t names = 0;
         for (size_t i = 0; i < pieces.size(); ++i) {
@@ -66,6 +59,10 @@ bool EmulatedBoard::openAndSettle(Capture &capture) {
         }
         return false;
     });
+    // The answer's response event is set after the line: once the thread writes
+    // again it is set, and cannot end the wait of a command staged next.
+    uint32_t reports = board_->outputReportCount();
+    return named && eventually([&] { return board_->outputReportCount() > reports; });
 }
 
 bool EmulatedBoard::holdBusyUntilSeen() {

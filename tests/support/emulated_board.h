@@ -17,7 +17,7 @@ class EmulatedBoard {
     emu::Board &board() { return *board_; }
     emu::VirtualDeviceServer &server() { return *server_; }
     const Text &path() const { return widePath_; }
-    // Opens the link and waits until the product name of both INIT answers is in.
+    // Opens the link and waits until both INIT answers are in and dispatched.
     bool openAndSettle(Capture &capture);
     // Holds the busy bits set and waits until the link has read a report that shows
     // them, so that a report composed before the change cannot end a busy wait.
@@ -32,16 +32,5 @@ class EmulatedBoard {
 
 // A device path where nothing serves.
 Text absentDevicePath();
-
-// Polls a condition until it holds or the time-out passes.
-template <typename Condition> bool eventually(Condition condition, uint32_t timeoutMs = 3000) {
-    uint32_t start = os::tickMs();
-    while (!condition()) {
-        if (os::tickMs() - start >= timeoutMs)
-            return false;
-        os::sleepMs(2);
-    }
-    return true;
-}
 
 } // namespace xdsp::test

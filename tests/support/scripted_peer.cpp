@@ -63,12 +63,8 @@ void ScriptedPeer::clear() {
 }
 
 Bytes bootReply(uint8_t echo, const Bytes &data) {
-    const uint8_t head[8] = {0x00, 0x00, 'B',  'O',
-                             'O',  'T',  echo, static_cast<uint8_t>(data.size() / 2)};
-    Bytes reply(sizeof head + data.size());
-    std::copy(head, head + sizeof head, reply.begin());
-    std::copy(data.begin(), data.end(), reply.begin() + sizeof head);
-    return reply;
+    return concat({0x00, 0x00, 'B', 'O', 'O', 'T', echo, static_cast<uint8_t>(data.size() / 2)},
+                  data);
 }
 
 Bytes bytesOf(const char *text) {
