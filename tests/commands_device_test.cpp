@@ -17,7 +17,7 @@ TEST_F(DeviceControl, GpioWordsAdcChannelsAndTheInitialisedFlag) {
     board().setGpioInputs(0x0400);
     ASSERT_TRUE(eventually([] { return GetGPIOIn() == 0x0400; }));
     os::setLastError(77);
-    EXPECT_EQ(outcome(IsDeviceInitialized()), Outcome(1, 0));
+    EXPECT_EQ(outcome(IsDeviceInitialized()), Outcome(1, XDSP_ERROR_SUCCESS));
     board().setGpioInputs(0xFBFF);
     ASSERT_TRUE(eventually([] { return GetGPIOIn() == 0xFBFF; }));
     EXPECT_EQ(IsDeviceInitialized(), 0);
@@ -52,19 +52,19 @@ TEST_F(DeviceControl, GpioWordsAdcChannelsAndTheInitialisedFlag) {
 
 TEST_F(DeviceControl, RecordsFromTheBoard) {
     RequestLayoutStruct();
-    GuardedBuffer layout(212);
+    GuardedBuffer layout(XDSP_LAYOUT_RECORD_SIZE);
     EXPECT_EQ(GetLayoutStruct(layout.data()), 0u);
-    Bytes expected(212);
+    Bytes expected(XDSP_LAYOUT_RECORD_SIZE);
     std::iota(expected.begin(), expected.end(), uint8_t{1});
     EXPECT_EQ(layout.contents(), expected);
     EXPECT_TRUE(layout.guardsIntact());
 
     capture.clear();
-    EXPECT_EQ(outcome(GetLayoutStruct(nullptr)), Outcome(0xFFFFFFFF, 87));
+    EXPECT_EQ(outcome(GetLayoutStruct(nullptr)), Outcome(0xFFFFFFFF, XDSP_ERROR_INVALID_PARAMETER));
     GetPellixStruct(nullptr);
-    EXPECT_EQ(os::lastError(), 87u);
+    EXPECT_EQ(os::lastError(), XDSP_ERROR_INVALID_PARAMETER);
     GetProductNameStruct(nullptr);
-    EXPECT_EQ(os::lastError(), 87u);
+    EXPECT_EQ(os::lastError(), XDSP_ERROR_INVALID_PARAMETER);
     EXPECT_EQ(capture.pieces(), (Lines{WIDE("GetLayoutStruct: record is null, refused.\n"),
                                        WIDE("GetPellixStruct: record is null, refused.\n"),
                                        WIDE("GetProductNameStruct: record is null, refused.\n")}));
@@ -88,14 +88,14 @@ TEST_F(DeviceControl, RecordsFromTheBoard) {
 TEST_F(DeviceControl, BootAndSuspendAndTheirErrorBoxes) {
     os::setLastError(77);
     EXPECT_GE(millisOf([] { BootDevice(1); }), 200u);
-    EXPECT_EQ(os::lastError(), 0u);
+    EXPECT_EQ(os::lastError(), XDSP_ERROR_SUCCESS);
     EXPECT_EQ(board().powerState(), emu::PowerState::booted);
     EXPECT_FALSE(lastCommand(board(), 0xF011).empty());
     EXPECT_EQ(capture.pieces(), Lines{WIDE("BootDevice()\r\n")});
     EXPECT_TRUE(eventually([] { return IsDeviceInitialized() == 1; }));
 
     SuspendDevice();
-    EXPECT_EQ(os::lastError(), 0u);
+    EXPECT_EQ(os::lastError(), XDSP_ERROR_SUCCESS);
     EXPECT_EQ(board().powerState(), emu::PowerState::suspended);
     BootDevice(0);
     EXPECT_FALSE(lastCommand(board(), 0xF013).empty());
@@ -106,9 +106,9 @@ TEST_F(DeviceControl, BootAndSuspendAndTheirErrorBoxes) {
     board().setErrorBit(true);
     capture.clear();
     BootDevice(1);
-    EXPECT_EQ(os::lastError(), 1359u);
+    EXPECT_EQ(os::lastError(), XDSP_ERROR_INTERNAL);
     SuspendDevice();
-    EXPECT_EQ(os::lastError(), 1359u);
+    EXPECT_EQ(os::lastError(), XDSP_ERROR_INTERNAL);
     EXPECT_EQ(errorBoxTexts(capture),
               (Lines{WIDE("Error in BootDevice\n"), WIDE("Error in SuspendDevice\n")}));
     EXPECT_EQ(capture.pieces(), (Lines{WIDE("BootDevice()\r\n"), WIDE("Command Error..."),
@@ -121,7 +121,7 @@ TEST_F(DeviceControl, StuckBusyBitsAreWaitedOutForOneSecond) {
     uint32_t took = millisOf([] { BootDevice(1); });
     EXPECT_GE(took, 1200u) << "the bound and the pause after success";
     EXPECT_LT(took, 4000u);
-    EXPECT_EQ(os::lastError(), 0u);
+    EXPECT_EQ(os::lastError(), XDSP_ERROR_SUCCESS);
     EXPECT_EQ(capture.pieces(),
               (Lines{WIDE("BootDevice()\r\n"), WIDE("Waiting for previous command to complete..."),
                      WIDE("Done.  (timeout)\n")}));

@@ -36,7 +36,8 @@ using MemoryCommands = OpenBoard;
 
 TEST_F(MemoryCommands, FlashWriteAndReadBackByAddress) {
     Bytes data = countingBytes(300, 0);
-    EXPECT_EQ(outcome(WriteFLASH(0x1000, 0xABCD, data.data(), 300)), Outcome(1, 0));
+    EXPECT_EQ(outcome(WriteFLASH(0x1000, 0xABCD, data.data(), 300)),
+              Outcome(1, XDSP_ERROR_SUCCESS));
     Bytes staged = lastCommand(board(), 0xF010);
     EXPECT_EQ(slice(staged, 13, 6), (Bytes{0x00, 0x10, 0x00, 0x00, 0xCD, 0xAB}));
     EXPECT_EQ(link::readWord(staged.data(), 275), 256) << "300 bytes are cut to 256";
@@ -44,7 +45,7 @@ TEST_F(MemoryCommands, FlashWriteAndReadBackByAddress) {
     EXPECT_EQ(board().flashContents(0x1100, 1), Bytes{0xFF}) << "nothing past 256";
 
     GuardedBuffer read(1000);
-    EXPECT_EQ(outcome(ReadFLASH(0x1000, read.data(), 1000)), Outcome(1, 0));
+    EXPECT_EQ(outcome(ReadFLASH(0x1000, read.data(), 1000)), Outcome(1, XDSP_ERROR_SUCCESS));
     staged = lastCommand(board(), 0xF020);
     EXPECT_EQ(link::readWord(staged.data(), 17), 0);
     EXPECT_EQ(link::readWord(staged.data(), 275), 256);
@@ -62,21 +63,21 @@ TEST_F(MemoryCommands, FlashWriteAndReadBackByAddress) {
     // A corrupted length is treated as answered; the buffer keeps the earlier answer.
     board().corruptLength(1);
     GuardedBuffer again(16);
-    EXPECT_EQ(outcome(ReadFLASH(0x4000, again.data(), 16)), Outcome(1, 0));
+    EXPECT_EQ(outcome(ReadFLASH(0x4000, again.data(), 16)), Outcome(1, XDSP_ERROR_SUCCESS));
     EXPECT_EQ(again.contents(), slice(data, 0, 16));
     EXPECT_EQ(capture.count(WIDE("HID: Corrupted Data Length (0x0101)\n")), 1u);
 }
 
 TEST_F(MemoryCommands, ErrorBitFailsEachCommandWithItsBox) {
     board().setErrorBit(true);
-    Bytes data = countingBytes(40, 1);
-    GuardedBuffer read(40);
-    EXPECT_EQ(outcome(WriteFLASH(0x20, 0, data.data(), 4)), Outcome(0, 1359));
-    EXPECT_EQ(outcome(ReadFLASH(0x20, read.data(), 4)), Outcome(0, 1359));
-    EXPECT_EQ(outcome(GetPIN()), Outcome(0xFFFF, 1359));
-    EXPECT_EQ(outcome(SetPIN(0, 1)), Outcome(0, 1359));
-    EXPECT_EQ(outcome(WriteCalibrate(data.data())), Outcome(0, 1359));
-    EXPECT_EQ(outcome(ReadCalibrate(read.data())), Outcome(-1, 1359));
+    Bytes data = countingBytes(XDSP_CALIBRATION_BLOCK_SIZE, 1);
+    GuardedBuffer read(XDSP_CALIBRATION_BLOCK_SIZE);
+    EXPECT_EQ(outcome(WriteFLASH(0x20, 0, data.data(), 4)), Outcome(0, XDSP_ERROR_INTERNAL));
+    EXPECT_EQ(outcome(ReadFLASH(0x20, read.data(), 4)), Outcome(0, XDSP_ERROR_INTERNAL));
+    EXPECT_EQ(outcome(GetPIN()), Outcome(0xFFFF, XDSP_ERROR_INTERNAL));
+    EXPECT_EQ(outcome(SetPIN(0, 1)), Outcome(0, XDSP_ERROR_INTERNAL));
+    EXPECT_EQ(outcome(WriteCalibrate(data.data())), Outcome(0, XDSP_ERROR_INTERNAL));
+    EXPECT_EQ(outcome(ReadCalibrate(read.data())), Outcome(-1, XDSP_ERROR_INTERNAL));
     EXPECT_EQ(read.contents(), Bytes(40, 0xEE)) << "no copy after a command error";
     Lines boxes(4, WIDE("Error in WriteFLASH\n"));
     boxes.insert(boxes.end(), {WIDE("Error in WriteCalibrate\n"), WIDE("Error in WriteFLASH\n")});
@@ -125,7 +126,7 @@ TEST_F(MemoryCommands, PinsSetAndGetIgnoringTheUnusedArgument) {
     EXPECT_EQ(link::readWord(sets[1].data(), 15), 0x1234);
     EXPECT_EQ(board().pins(), 0x1234);
     os::setLastError(77);
-    EXPECT_EQ(outcome(GetPIN()), Outcome(0x1234, 0));
+    EXPECT_EQ(outcome(GetPIN()), Outcome(0x1234, XDSP_ERROR_SUCCESS));
     EXPECT_EQ(capture.count(WIDE("Setting PINs 1234...\n")), 2u);
 }
 
@@ -144,7 +145,7 @@ TEST_F(MemoryCommands, TedsWriteThenReadBackWithAShortAnswer) {
     // The memory ends 20 bytes after 492: asking for 32 brings 20 and 12 zeros.
     capture.clear();
     GuardedBuffer read(32);
-    EXPECT_EQ(outcome(WriteTEDS(492, nullptr, 0, read.data(), 32)), Outcome(1, 0));
+    EXPECT_EQ(outcome(WriteTEDS(492, nullptr, 0, read.data(), 32)), Outcome(1, XDSP_ERROR_SUCCESS));
     Bytes expected(32, 0);
     std::copy(data.begin(), data.end(), expected.begin());
     EXPECT_EQ(read.contents(), expected);
@@ -167,10 +168,10 @@ TEST_F(MemoryCommands, TedsWriteThenReadBackWithAShortAnswer) {
 
 TEST_F(MemoryCommands, CalibrationRoundTrip) {
     Bytes block = countingBytes(40, 0x10);
-    EXPECT_EQ(outcome(WriteCalibrate(block.data())), Outcome(1, 0));
+    EXPECT_EQ(outcome(WriteCalibrate(block.data())), Outcome(1, XDSP_ERROR_SUCCESS));
     auto stored = board().calibrationBlock();
     EXPECT_EQ(Bytes(stored.begin(), stored.end()), block);
-    GuardedBuffer read(40);
+    GuardedBuffer read(XDSP_CALIBRATION_BLOCK_SIZE);
     EXPECT_EQ(ReadCalibrate(read.data()), 1);
     EXPECT_EQ(read.contents(), block);
     EXPECT_TRUE(read.guardsIntact());

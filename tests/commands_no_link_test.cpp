@@ -17,7 +17,7 @@ void expectEveryCommandRefused(const Capture &capture) {
     const uint8_t data[8] = {1, 2, 3, 4, 5, 6, 7, 8};
     auto refused = [](int64_t result, int64_t expected, const char *name) {
         EXPECT_EQ(result, expected) << name;
-        EXPECT_EQ(os::lastError(), 6u) << name;
+        EXPECT_EQ(os::lastError(), XDSP_ERROR_INVALID_HANDLE) << name;
         os::setLastError(77);
     };
     os::setLastError(77);
@@ -54,17 +54,17 @@ TEST(CommandsWithoutLink, BeforeAnyOpenAndAfterTheClose) {
     // These report no error: nothing is sent and, with no link, nothing waited for.
     os::setLastError(77);
     uint32_t start = os::tickMs();
-    EXPECT_EQ(XMOS_EnableADC(1), 258u);
+    EXPECT_EQ(XMOS_EnableADC(1), XDSP_WAIT_TIMEOUT);
     RequestLayoutStruct();
-    GuardedBuffer layout(212);
-    EXPECT_EQ(GetLayoutStruct(layout.data()), 258u);
+    GuardedBuffer layout(XDSP_LAYOUT_RECORD_SIZE);
+    EXPECT_EQ(GetLayoutStruct(layout.data()), XDSP_WAIT_TIMEOUT);
     EXPECT_EQ(layout.contents(), Bytes(212, 0)) << "the record is copied as it is";
     EXPECT_LT(elapsedMs(start), 500u);
     EXPECT_EQ(os::lastError(), 77u);
     EXPECT_TRUE(capture.pieces().empty());
     EXPECT_EQ(GetGPIOIn(), 0);
     EXPECT_EQ(GetADCIn(0), 0);
-    GuardedBuffer record(188);
+    GuardedBuffer record(XDSP_PRODUCT_NAME_RECORD_SIZE);
     GetProductNameStruct(record.data());
     EXPECT_EQ(record.contents(), Bytes(188, 0)) << "copied as it is when nothing can answer";
 

@@ -22,7 +22,8 @@ TEST_F(SpiTransfer, StagesThePayloadByteForByte) {
     advanceSequenceTo(0x05);
     capture.clear();
     uint8_t reply[72];
-    EXPECT_EQ(outcome(WriteSPIEx(2, 2, 0, 3, 50, rd, 2, reply, 72)), Outcome(1, 0));
+    EXPECT_EQ(outcome(WriteSPIEx(2, 2, 0, 3, 50, rd, 2, reply, 72)),
+              Outcome(1, XDSP_ERROR_SUCCESS));
     const Bytes expected = {0x00, 0x52, 0x44, 0x05, 0x00, 0x00, 0x00, 0x00, 0x00, 0x30,
                             0xF0, 0x7D, 0xCB, 0x01, 0x01, 0x03, 0x00, 0x32, 0x00, 0x02,
                             0x00, 0x02, 0x00, 0x48, 0x00, 0x02, 0x00, 0x52, 0x44};
@@ -81,7 +82,8 @@ TEST_F(SpiTransfer, ReadsZeroFillPastWhatTheBoardDeliveredAndOnACorruptedLength)
     capture.clear();
     board().corruptLength(1);
     GuardedBuffer corrupted(8);
-    EXPECT_EQ(outcome(WriteSPIEx(2, 2, 0, 3, 50, nullptr, 0, corrupted.data(), 8)), Outcome(1, 0));
+    EXPECT_EQ(outcome(WriteSPIEx(2, 2, 0, 3, 50, nullptr, 0, corrupted.data(), 8)),
+              Outcome(1, XDSP_ERROR_SUCCESS));
     EXPECT_EQ(corrupted.contents(), Bytes(8, 0));
     EXPECT_TRUE(hasPieces(capture, {WIDE("HID: Corrupted Data Length (0x01E6)\n"),
                                     WIDE("Valid SPI Response.\n"), WIDE("SPI Complete.\n")}));
@@ -146,7 +148,7 @@ TEST_F(CommandArguments, OversizedAndMissingAreRefusedBeforeAnythingIsSent) {
     GuardedBuffer reply(1025);
     size_t before = board().receivedCommands().size();
     auto refused = [&](xdsp_bool result, const Char16 *line) {
-        EXPECT_EQ(outcome(result), Outcome(0, 87));
+        EXPECT_EQ(outcome(result), Outcome(0, XDSP_ERROR_INVALID_PARAMETER));
         EXPECT_EQ(capture.pieces(), Lines{line});
         capture.clear();
     };
@@ -198,7 +200,7 @@ TEST(ShortOutputReport, LimitsWhatFits) {
     EXPECT_EQ(BatchSPI(2, 2, 0, 3, 50, data.data(), 39, nullptr, 0, nullptr, 0), 0);
     EXPECT_EQ(BatchSPI(2, 2, 0, 3, 50, data.data(), 1, data.data(), 1, nullptr, 0), 0);
     EXPECT_EQ(ReadFLASH(0, data.data(), 4), 0);
-    EXPECT_EQ(os::lastError(), 87u);
+    EXPECT_EQ(os::lastError(), XDSP_ERROR_INVALID_PARAMETER);
     EXPECT_EQ(
         capture.pieces(),
         (Lines{WIDE("WriteSPIEx: writeLength 38 refused, at most 37.\n"),

@@ -114,7 +114,7 @@ TEST(Enumeration, CountsMatchesAndWritesRecordsInNodeOrder) {
 
     xdsp::os::setLastError(99);
     EXPECT_EQ(xdsp::discovery::enumerateDevices(lookupInTree, 0x20B1, 0xFFFF, nullptr, 0), 2u);
-    EXPECT_EQ(xdsp::os::lastError(), 0u);
+    EXPECT_EQ(xdsp::os::lastError(), XDSP_ERROR_SUCCESS);
 
     xdsp_device_record records[2];
     std::memset(records, 0x77, sizeof records);
@@ -144,7 +144,7 @@ TEST(Enumeration, ExaminesAtMostSixtyFourInterfaces) {
     treeRoot = empty.root();
     xdsp::os::setLastError(99);
     EXPECT_EQ(xdsp::discovery::enumerateDevices(lookupInTree, 0x20B1, 0xFFFF, nullptr, 0), 0u);
-    EXPECT_EQ(xdsp::os::lastError(), 0u);
+    EXPECT_EQ(xdsp::os::lastError(), XDSP_ERROR_SUCCESS);
 }
 
 TEST(SerialCompanion, FindsTheTtyOfInterfaceZeroInSysfs) {

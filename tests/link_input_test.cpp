@@ -172,11 +172,11 @@ TEST(ResponseDispatch, FixedSizeRecordsAndTheProductNameLine) {
         uint8_t *store;
         size_t size;
     };
-    const Case cases[] = {{0xF000, shared.productNameRecord, 188},
-                          {0xF001, shared.layoutRecord, 212},
-                          {0xF100, shared.pellixRecord, 8},
+    const Case cases[] = {{0xF000, shared.productNameRecord, XDSP_PRODUCT_NAME_RECORD_SIZE},
+                          {0xF001, shared.layoutRecord, XDSP_LAYOUT_RECORD_SIZE},
+                          {0xF100, shared.pellixRecord, XDSP_PELLIX_RECORD_SIZE},
                           {0xF201, shared.pinRecord, 500},
-                          {0xF225, shared.calibrationRecord, 40}};
+                          {0xF225, shared.calibrationRecord, XDSP_CALIBRATION_BLOCK_SIZE}};
     for (const Case &each : cases) {
         auto report = inputReport(each.code, sequence++);
         for (size_t i = 0; i < 500; ++i)

@@ -27,22 +27,27 @@ void closeDevice(xdsp_handle device) {
 TEST(OpenClose, CloseWithNothingOpenAndFailedOpens) {
     Capture capture;
     os::setLastError(0);
-    EXPECT_EQ(outcome(DestroyHIDUSBPacket()), Outcome(0, 55));
+    EXPECT_EQ(outcome(DestroyHIDUSBPacket()), Outcome(0, XDSP_ERROR_NOT_OPEN));
     EXPECT_TRUE(capture.pieces().empty());
 
-    EXPECT_EQ(outcome(InitializeHIDUSBPacketPath(absentDevicePath().c_str())), Outcome(0, 2));
+    EXPECT_EQ(outcome(InitializeHIDUSBPacketPath(absentDevicePath().c_str())),
+              Outcome(0, XDSP_ERROR_FILE_NOT_FOUND));
     EXPECT_EQ(IsOnline(), 0);
     Char16 notFound[256];
     ASSERT_TRUE(os::systemErrorText(2, notFound, 256));
     EXPECT_EQ(capture.pieces(), (Lines{WIDE("Opening HID.\n"), WIDE("HID: CreateFile Error: "),
                                        notFound, WIDE("\n")}));
-    EXPECT_EQ(outcome(DestroyHIDUSBPacket()), Outcome(0, 55)) << "a failed open leaves nothing";
+    EXPECT_EQ(outcome(DestroyHIDUSBPacket()), Outcome(0, XDSP_ERROR_NOT_OPEN))
+        << "a failed open leaves nothing";
 
     // No path at all is a bad argument on every platform, not a missing device.
-    EXPECT_EQ(outcome(InitializeHIDUSBPacketPath(nullptr)), Outcome(0, 87));
-    EXPECT_EQ(outcome(InitializeHIDUSBPacket(nullptr)), Outcome(0, 87));
-    EXPECT_EQ(outcome(OpenUSBHIDDevicePath(nullptr) != nullptr), Outcome(0, 87));
-    EXPECT_EQ(outcome(OpenUSBHIDDevice(nullptr) != nullptr), Outcome(0, 87));
+    EXPECT_EQ(outcome(InitializeHIDUSBPacketPath(nullptr)),
+              Outcome(0, XDSP_ERROR_INVALID_PARAMETER));
+    EXPECT_EQ(outcome(InitializeHIDUSBPacket(nullptr)), Outcome(0, XDSP_ERROR_INVALID_PARAMETER));
+    EXPECT_EQ(outcome(OpenUSBHIDDevicePath(nullptr) != nullptr),
+              Outcome(0, XDSP_ERROR_INVALID_PARAMETER));
+    EXPECT_EQ(outcome(OpenUSBHIDDevice(nullptr) != nullptr),
+              Outcome(0, XDSP_ERROR_INVALID_PARAMETER));
     EXPECT_EQ(IsOnline(), 0);
 }
 
@@ -51,19 +56,21 @@ TEST(OpenClose, OpensReportsLengthsAndRefusesASecondHandle) {
     EmulatedBoard emulated;
     xdsp_handle device = OpenUSBHIDDevicePath(emulated.path().c_str());
     ASSERT_NE(device, nullptr);
-    EXPECT_EQ(os::lastError(), 0u);
+    EXPECT_EQ(os::lastError(), XDSP_ERROR_SUCCESS);
     std::array<uint32_t, 3> lengths = {1, 1, 1}; // input, output, feature
     EXPECT_EQ(GetHIDUSBSizes(device, &lengths[0], &lengths[1], &lengths[2]), 1);
     EXPECT_EQ(lengths, (std::array<uint32_t, 3>{512, 512, 0}));
     EXPECT_EQ(GetHIDUSBSizes(device, nullptr, nullptr, nullptr), 1);
 
-    EXPECT_EQ(outcome(OpenUSBHIDDevicePath(emulated.path().c_str()) != nullptr), Outcome(0, 32))
+    EXPECT_EQ(outcome(OpenUSBHIDDevicePath(emulated.path().c_str()) != nullptr),
+              Outcome(0, XDSP_ERROR_SHARING_VIOLATION))
         << "the device is held exclusively";
-    EXPECT_EQ(outcome(InitializeHIDUSBPacketPath(emulated.path().c_str())), Outcome(0, 32));
+    EXPECT_EQ(outcome(InitializeHIDUSBPacketPath(emulated.path().c_str())),
+              Outcome(0, XDSP_ERROR_SHARING_VIOLATION));
     EXPECT_EQ(IsOnline(), 0);
     closeDevice(device);
 #ifndef _WIN32
-    EXPECT_EQ(outcome(xdsp_close_device(nullptr)), Outcome(0, 6));
+    EXPECT_EQ(outcome(xdsp_close_device(nullptr)), Outcome(0, XDSP_ERROR_INVALID_HANDLE));
 #endif
     device = OpenUSBHIDDevicePath(emulated.path().c_str());
     ASSERT_NE(device, nullptr) << "closing gave up the exclusive hold";
@@ -76,14 +83,14 @@ TEST(OpenClose, OpensReportsLengthsAndRefusesASecondHandle) {
 using OpenLink = OpenBoard;
 
 TEST_F(OpenLink, RunsThePollThreadUntilTheCloseStopsIt) {
-    EXPECT_EQ(os::lastError(), 0u);
+    EXPECT_EQ(os::lastError(), XDSP_ERROR_SUCCESS);
     EXPECT_EQ(IsOnline(), 1);
     EXPECT_TRUE(link::linkRunning(link::processLink()));
 
     os::setLastError(77);
     EXPECT_EQ(outcome(IsOnline()), Outcome(1, 77)) << "IsOnline leaves the last-error alone";
 
-    EXPECT_EQ(outcome(DestroyHIDUSBPacket()), Outcome(1, 0));
+    EXPECT_EQ(outcome(DestroyHIDUSBPacket()), Outcome(1, XDSP_ERROR_SUCCESS));
     EXPECT_EQ(IsOnline(), 0);
     EXPECT_FALSE(link::linkRunning(link::processLink()));
     EXPECT_EQ(capture.pieces(),
@@ -135,7 +142,7 @@ TEST(OpenClose, VirtualDeviceThatSendsNoDescriptorFailsWithInternalError) {
 
     Capture capture;
     EXPECT_EQ(OpenUSBHIDDevicePath(wide(path).c_str()), nullptr);
-    EXPECT_EQ(os::lastError(), 1359u);
+    EXPECT_EQ(os::lastError(), XDSP_ERROR_INTERNAL);
     close(listener);
     unlink(path.c_str());
 }

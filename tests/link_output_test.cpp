@@ -61,7 +61,7 @@ TEST(OutputReports, ProductNameRecordArrivesThroughTheInitAnswers) {
     GetProductNameStruct(record);
     EXPECT_STREQ(reinterpret_cast<const char *>(record + 16), "Bench Board 7");
     EXPECT_NE(record[0], 0);
-    EXPECT_EQ(record[188], 0xEE) << "exactly 188 bytes are copied";
+    EXPECT_EQ(record[XDSP_PRODUCT_NAME_RECORD_SIZE], 0xEE) << "exactly 188 bytes are copied";
     EXPECT_LE(emulated.board().receivedCommands().size(), 2u)
         << "a stored record is returned without asking again";
 }

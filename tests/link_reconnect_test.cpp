@@ -47,7 +47,7 @@ TEST_F(Reconnect, ThreadBlockedInAReadIsStoppedAfterOneSecond) {
     board().stallReports(true);
     os::sleepMs(20);
     EXPECT_GE(millisOf([] { EXPECT_EQ(DestroyHIDUSBPacket(), 1); }), 990u);
-    EXPECT_EQ(os::lastError(), 0u);
+    EXPECT_EQ(os::lastError(), XDSP_ERROR_SUCCESS);
     EXPECT_EQ(capture.count(WIDE("Forcably terminating HID thread.\n")), 1u);
     EXPECT_EQ(capture.count(WIDE("HID: Exiting HID Poll Thread.\n")), 0u)
         << "a stopped thread writes nothing more";

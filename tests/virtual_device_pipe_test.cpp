@@ -79,7 +79,7 @@ TEST(PipeDevice, SilentAndBusyPipesFailTheOpenAsTheContractSays) {
     ASSERT_NE(server, INVALID_HANDLE_VALUE);
     uint32_t start = os::tickMs();
     EXPECT_EQ(OpenUSBHIDDevicePath(path.c_str()), nullptr);
-    EXPECT_EQ(os::lastError(), 1359u) << "no descriptor within 1000 ms";
+    EXPECT_EQ(os::lastError(), XDSP_ERROR_INTERNAL) << "no descriptor within 1000 ms";
     EXPECT_GE(os::tickMs() - start, 990u);
 
     CloseHandle(server);
@@ -90,7 +90,8 @@ TEST(PipeDevice, SilentAndBusyPipesFailTheOpenAsTheContractSays) {
                                 OPEN_EXISTING, 0, nullptr);
     ASSERT_NE(holder, INVALID_HANDLE_VALUE);
     EXPECT_EQ(OpenUSBHIDDevicePath(path.c_str()), nullptr);
-    EXPECT_EQ(os::lastError(), 32u) << "pipe busy (231) is the device held by another host";
+    EXPECT_EQ(os::lastError(), XDSP_ERROR_SHARING_VIOLATION)
+        << "pipe busy (231) is the device held by another host";
     CloseHandle(holder);
     CloseHandle(server);
 }
