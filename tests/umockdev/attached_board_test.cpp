@@ -1,20 +1,20 @@
 // The library against a board that looks attached: the sysfs walk, the hidraw
 // node and its ioctls, the exclusive open, the tty of the serial port, all
-// through the public API. Runs under umockdev-wrapper.
+// through the public API (the debug lines through the library's own sink).
+// Runs under umockdev-wrapper.
+#include "support/capture.h"
+#include "support/emulated_board.h"
 #include "umockdev/board_testbed.h"
 
 #include <xdsp/xdsp.h>
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <atomic>
-#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <linux/capability.h>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -28,45 +28,8 @@ using namespace xdsp::test;
 namespace {
 constexpr char16_t boardPath[] = u"/dev/hidraw0";
 
-// The library's debug output, taken through its public handler.
-class DebugLines {
-  public:
-    DebugLines() { xdsp_set_debug_handler(&DebugLines::onDebug, this); }
-    ~DebugLines() { xdsp_set_debug_handler(nullptr, nullptr); }
-    std::u16string text() const {
-        std::lock_guard<std::mutex> held(lock_);
-        std::u16string joined;
-        for (const std::u16string &piece : pieces_)
-            joined += piece;
-        return joined;
-    }
-    bool contains(const std::u16string &piece) const {
-        return text().find(piece) != std::u16string::npos;
-    }
-    // Debug writes equal to piece.
-    size_t count(const std::u16string &piece) const {
-        std::lock_guard<std::mutex> held(lock_);
-        return static_cast<size_t>(std::count(pieces_.begin(), pieces_.end(), piece));
-    }
-
-  private:
-    static void onDebug(const char16_t *text, void *self) {
-        auto *lines = static_cast<DebugLines *>(self);
-        std::lock_guard<std::mutex> held(lines->lock_);
-        lines->pieces_.emplace_back(text);
-    }
-    mutable std::mutex lock_;
-    std::vector<std::u16string> pieces_;
-};
-
-template <typename Condition> bool eventually(Condition condition, uint32_t timeoutMs = 3000) {
-    auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() >= deadline)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return true;
+bool wrote(const Capture &debug, const Text &text) {
+    return debug.joined().find(text) != Text::npos;
 }
 
 // Gives up, for the calling thread (the raw calls act per thread), the
@@ -121,21 +84,19 @@ class AttachedBoard : public ::testing::Test {
         DestroyHIDUSBPacket();
         if (HasFailure()) {
             std::string text;
-            for (char16_t c : debug.text())
-                text += c < 0x80 ? static_cast<char>(c) : '?';
-            std::printf("The library's debug output:\n%s\n", text.c_str());
+            std::printf("The library's debug output:\n%s\n", narrow(debug.joined()).c_str());
         }
         testbed_.reset();
     }
     // Opens the link and waits for the second INIT's answer, the board's name.
     void openLink() {
         ASSERT_EQ(InitializeHIDUSBPacketPath(boardPath), 1);
-        ASSERT_TRUE(eventually([&] { return debug.contains(u"HID: Sending INIT Command.\n"); }));
+        ASSERT_TRUE(debug.waitFor(u"HID: Sending INIT Command.\n", 3000));
         ASSERT_TRUE(eventually([&] { return debug.count(u"HID: ProductName: ") >= 2; }));
     }
     BoardTestbed &testbed() { return *testbed_; }
 
-    DebugLines debug;
+    Capture debug;
     std::unique_ptr<BoardTestbed> testbed_;
 };
 
@@ -208,8 +169,8 @@ TEST_F(AttachedBoard, NodeOpensOnceAndItsDescriptorGivesTheLengths) {
 
     EXPECT_EQ(OpenUSBHIDDevicePath(boardPath), nullptr);
     EXPECT_EQ(xdsp_last_error(), XDSP_ERROR_SHARING_VIOLATION);
-    EXPECT_TRUE(debug.contains(u"HID: CreateFile Error: The process cannot access the file "
-                               u"because it is being used by another process.\r\n\n"));
+    EXPECT_TRUE(wrote(debug, u"HID: CreateFile Error: The process cannot access the file "
+                             u"because it is being used by another process.\r\n\n"));
 
     EXPECT_EQ(xdsp_close_device(first), 1);
     xdsp_handle again = OpenUSBHIDDevicePath(boardPath);
@@ -260,7 +221,7 @@ TEST_F(AttachedBoard, NodeWithoutReadPermissionIsRefused) {
     ASSERT_TRUE(drop.dropped());
     EXPECT_EQ(OpenUSBHIDDevicePath(boardPath), nullptr);
     EXPECT_EQ(xdsp_last_error(), XDSP_ERROR_ACCESS_DENIED);
-    EXPECT_TRUE(debug.contains(u"HID: CreateFile Error: Access is denied.\r\n\n"));
+    EXPECT_TRUE(wrote(debug, u"HID: CreateFile Error: Access is denied.\r\n\n"));
     EXPECT_EQ(InitializeHIDUSBPacketPath(boardPath), 0);
     EXPECT_EQ(xdsp_last_error(), XDSP_ERROR_ACCESS_DENIED);
     EXPECT_EQ(IsOnline(), 0);
@@ -308,13 +269,13 @@ TEST_F(AttachedBoard, NodeRemovedDuringAnUploadAndPutBack) {
     replugger.join();
     char mismatch[64];
     std::snprintf(mismatch, sizeof mismatch, "Checksums do not match!\n0000 != %04X\n", sum);
-    EXPECT_TRUE(debug.contains(std::u16string(mismatch, mismatch + std::strlen(mismatch))));
+    EXPECT_TRUE(wrote(debug, std::u16string(mismatch, mismatch + std::strlen(mismatch))));
     EXPECT_TRUE(offlineSeen) << "no handle while the node is away";
     // A read pending at the unplug fails (EIO); else the next write does (ENODEV).
     EXPECT_LE(debug.count(u"HID::HID Read Error\n"), 1u);
     EXPECT_GE(debug.count(u"HID::Reopening HID\n"), 2u);
     EXPECT_TRUE(
-        debug.contains(u"HID: CreateFile Error: The system cannot find the file specified.\r\n\n"));
+        wrote(debug, u"HID: CreateFile Error: The system cannot find the file specified.\r\n\n"));
 
     ASSERT_TRUE(eventually([] { return IsOnline() == 1; }));
     std::vector<uint8_t> second = sample(800, 12);
