@@ -44,26 +44,11 @@ void echoReply(const uint8_t *data, size_t size) {
         xdsp::audio::echoMatches(echoed.data(), sent.data(), static_cast<uint32_t>(count));
     FUZZ_REQUIRE(matches == (sent == echoed));
 }
+
+void takeReply(uint8_t choice, const uint8_t *data, size_t size) {
+    void (*const replies[])(const uint8_t *, size_t) = {valueReply, filenameReply, echoReply};
+    replies[choice % 3](data, size);
+}
 } // namespace
 
-extern "C" int LLVMFuzzerInitialize(int *, char ***) {
-    xdsp::fuzz::installSinks();
-    return 0;
-}
-
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    if (size == 0)
-        return 0;
-    switch (data[0] % 3) {
-    case 0:
-        valueReply(data + 1, size - 1);
-        break;
-    case 1:
-        filenameReply(data + 1, size - 1);
-        break;
-    default:
-        echoReply(data + 1, size - 1);
-        break;
-    }
-    return 0;
-}
+FUZZ_CHOOSING_TARGET(takeReply)

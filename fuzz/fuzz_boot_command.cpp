@@ -9,9 +9,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     using namespace xdsp::bootloader;
-    std::vector<xdsp::Char16> text(size / 2 + 1, 0);
-    for (size_t i = 0; i + 1 < size; i += 2)
-        text[i / 2] = static_cast<xdsp::Char16>(data[i] | data[i + 1] << 8);
+    std::vector<xdsp::Char16> text = xdsp::fuzz::wideText(data, size);
     size_t counted = encodeBootCommand(nullptr, text.data());
     // Exactly commandBytes long, so that AddressSanitizer sees any write past it.
     std::vector<uint8_t> encoded(commandBytes, 0xEE);

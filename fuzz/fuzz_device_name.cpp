@@ -6,9 +6,7 @@
 #include <vector>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    std::vector<xdsp::Char16> path(size / 2 + 1, 0);
-    for (size_t i = 0; i + 1 < size; i += 2)
-        path[i / 2] = static_cast<xdsp::Char16>(data[i] | data[i + 1] << 8);
+    std::vector<xdsp::Char16> path = xdsp::fuzz::wideText(data, size);
     uint16_t vendorId = 1;
     uint16_t productId = 1;
     uint16_t interfaceNumber = 1;

@@ -13,16 +13,13 @@ namespace {
 constexpr size_t prefixedReadBytes = 72;
 constexpr size_t directReadBytes = 70;
 constexpr size_t wordCount = 16;
-} // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+void takeRecord(uint8_t choice, const uint8_t *data, size_t size) {
     using namespace xdsp::bootloader;
-    if (size == 0)
-        return 0;
-    bool prefixed = (data[0] & 1) != 0;
+    bool prefixed = (choice & 1) != 0;
     size_t readBytes = prefixed ? prefixedReadBytes : directReadBytes;
     std::vector<uint8_t> work(statWorkBytes, 0);
-    std::copy(data + 1, data + std::min(size, readBytes + 1), work.begin());
+    std::copy(data, data + std::min(size, readBytes), work.begin());
     uint32_t status[wordCount + 1];
     std::fill(std::begin(status), std::end(status), 0xA5A5A5A5u);
     bool good = decodeStatRecord(work.data(), prefixed, status);
@@ -33,5 +30,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     else
         FUZZ_REQUIRE(status[0] == 0xA5A5A5A5u);
     FUZZ_REQUIRE(decodeStatRecord(work.data(), false, nullptr) == good);
-    return 0;
 }
+} // namespace
+
+FUZZ_CHOOSING_TARGET(takeRecord)

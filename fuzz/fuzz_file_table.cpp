@@ -13,20 +13,12 @@ constexpr size_t tableReplyBytes = 168;
 constexpr size_t recordReplyBytes = 278;
 constexpr size_t faiOffset = 8;
 constexpr size_t faiEntryBytes = 10;
-} // namespace
 
-extern "C" int LLVMFuzzerInitialize(int *, char ***) {
-    xdsp::fuzz::installSinks();
-    return 0;
-}
-
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+void takeReply(uint8_t choice, const uint8_t *data, size_t size) {
     using namespace xdsp::bootloader;
-    if (size == 0)
-        return 0;
-    bool table = (data[0] & 1) != 0;
+    bool table = (choice & 1) != 0;
     std::vector<uint8_t> reply(table ? tableReplyBytes : recordReplyBytes, 0);
-    std::copy(data + 1, data + std::min(size, reply.size() + 1), reply.begin());
+    std::copy(data, data + std::min(size, reply.size()), reply.begin());
     if (table) {
         FileDescriptor fileTable[fileCount]{};
         decodeAllocationTable(reply.data(), fileTable);
@@ -35,11 +27,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
             FUZZ_REQUIRE(fileTable[k].startSector == bigEndian16(entry + 2));
             FUZZ_REQUIRE(fileTable[k].endSector == bigEndian16(entry + 4));
         }
-        return 0;
+        return;
     }
     FileDescriptor descriptor{};
     decodeFileRecord(reply.data(), &descriptor);
     FUZZ_REQUIRE(xdsp::fuzz::textLength(descriptor.name) < nameChars);
     FUZZ_REQUIRE(descriptor.type <= 0xFF);
-    return 0;
 }
+} // namespace
+
+FUZZ_CHOOSING_TARGET(takeReply)

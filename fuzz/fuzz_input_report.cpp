@@ -45,19 +45,8 @@ PollRun &fuzzRun() {
         run.responseEvent = xdsp::os::eventCreate();
     return run;
 }
-} // namespace
 
-extern "C" int LLVMFuzzerInitialize(int *, char ***) {
-    xdsp::fuzz::installSinks();
-    return 0;
-}
-
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    if (size == 0)
-        return 0;
-    const uint8_t choices = data[0];
-    ++data;
-    --size;
+void takeReport(uint8_t choices, const uint8_t *data, size_t size) {
     // Sized as the poll thread sizes its input buffer for a report this long.
     std::vector<uint8_t> report(std::max(size + 2, input::minimumBuffer));
     std::memcpy(report.data(), data, size);
@@ -98,5 +87,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
                                  report.begin() + input::payloadEnd,
                                  [](uint8_t byte) { return byte == 0; }));
     }
-    return 0;
 }
+} // namespace
+
+FUZZ_CHOOSING_TARGET(takeReport)

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <vector>
 
 namespace xdsp::fuzz {
 
@@ -45,5 +46,26 @@ inline void installSinks() {
     os::setDebugSink(readDebugLine, nullptr);
     os::setMessageSink(pressOk, nullptr);
 }
+
+// Bytes as UTF-16 code units, little-endian pairs, with a terminator.
+inline std::vector<Char16> wideText(const uint8_t *data, size_t size) {
+    std::vector<Char16> text(size / 2 + 1, 0);
+    for (size_t i = 0; i + 1 < size; i += 2)
+        text[i / 2] = static_cast<Char16>(data[i] | data[i + 1] << 8);
+    return text;
+}
+
+// The entry points of a target that reads every debug line and message box
+// and whose first input byte chooses how the rest is taken: run(choice, data, size).
+#define FUZZ_CHOOSING_TARGET(run)                                                                  \
+    extern "C" int LLVMFuzzerInitialize(int *, char ***) {                                         \
+        ::xdsp::fuzz::installSinks();                                                              \
+        return 0;                                                                                  \
+    }                                                                                              \
+    extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {                      \
+        if (size > 0)                                                                              \
+            run(data[0], data + 1, size - 1);                                                      \
+        return 0;                                                                                  \
+    }
 
 } // namespace xdsp::fuzz

@@ -6,8 +6,9 @@
 #include "fuzz_support.h"
 #include "os/posix/sysfs.h"
 
-#include <cstdio>
+#include <algorithm>
 #include <filesystem>
+#include <fstream>
 #include <fuzzer/FuzzedDataProvider.h>
 #include <string>
 #include <unistd.h>
@@ -18,60 +19,40 @@ namespace fs = std::filesystem;
 
 // device/.. is the interface, device/../.. the USB device: here the node's own
 // directory and the class directory, which a flat tree of real directories gives.
-struct Tree {
-    fs::path root;
-    fs::path uevent;
-    fs::path interfaceNumber;
-    fs::path product;
-};
-
-Tree &tree() {
-    static Tree made = [] {
+const fs::path &root() {
+    static const fs::path made = [] {
         fs::path base = fs::exists("/dev/shm") ? fs::path("/dev/shm") : fs::temp_directory_path();
-        Tree t;
-        t.root = base / ("xdsp-fuzz-sysfs-" + std::to_string(getpid()));
-        fs::path node = t.root / "class" / "hidraw" / "hidraw0";
-        fs::create_directories(node / "device");
-        fs::create_directories(node / "tty" / "ttyACM0");
-        t.uevent = node / "device" / "uevent";
-        t.interfaceNumber = node / "bInterfaceNumber";
-        t.product = t.root / "class" / "hidraw" / "product";
-        return t;
+        fs::path tree = base / ("xdsp-fuzz-sysfs-" + std::to_string(getpid()));
+        fs::create_directories(tree / "class/hidraw/hidraw0/device");
+        fs::create_directories(tree / "class/hidraw/hidraw0/tty/ttyACM0");
+        return tree;
     }();
     return made;
 }
 
-void removeTree() {
-    std::error_code ignored;
-    fs::remove_all(tree().root, ignored);
+void writeFile(const char *inside, const std::string &content) {
+    FUZZ_REQUIRE((std::ofstream(root() / inside, std::ios::binary) << content).good());
 }
 
-void writeFile(const fs::path &path, const std::string &content) {
-    FILE *file = std::fopen(path.c_str(), "wb");
-    FUZZ_REQUIRE(file != nullptr);
-    std::fwrite(content.data(), 1, content.size(), file);
-    std::fclose(file);
-}
-
-bool terminatedWithin(const xdsp::Char16 *text, size_t capacity) {
-    for (size_t i = 0; i < capacity; ++i)
-        if (text[i] == 0)
-            return true;
-    return false;
+bool terminatedWithin(const std::vector<xdsp::Char16> &text) {
+    return std::find(text.begin(), text.end(), 0) != text.end();
 }
 } // namespace
 
 extern "C" int LLVMFuzzerInitialize(int *, char ***) {
-    tree();
-    std::atexit(removeTree);
+    root();
+    std::atexit([] {
+        std::error_code ignored;
+        fs::remove_all(root(), ignored);
+    });
     return 0;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     FuzzedDataProvider input(data, size);
-    writeFile(tree().uevent, input.ConsumeRandomLengthString(1200));
-    writeFile(tree().interfaceNumber, input.ConsumeRandomLengthString(24));
-    writeFile(tree().product, input.ConsumeRandomLengthString(300));
+    writeFile("class/hidraw/hidraw0/device/uevent", input.ConsumeRandomLengthString(1200));
+    writeFile("class/hidraw/hidraw0/bInterfaceNumber", input.ConsumeRandomLengthString(24));
+    writeFile("class/hidraw/product", input.ConsumeRandomLengthString(300));
     std::vector<xdsp::Char16> path;
     if (input.ConsumeBool()) {
         while (input.remaining_bytes() >= 2)
@@ -83,16 +64,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     path.push_back(0);
 
     xdsp::os::HidInterface found{};
-    FUZZ_REQUIRE(xdsp::os::hidInterfaceAtRoot(tree().root.c_str(), 0, &found));
-    FUZZ_REQUIRE(terminatedWithin(found.path, XDSP_DEVICE_PATH_CHARS));
-    FUZZ_REQUIRE(!xdsp::os::hidInterfaceAtRoot(tree().root.c_str(), 1, &found));
+    FUZZ_REQUIRE(xdsp::os::hidInterfaceAtRoot(root().c_str(), 0, &found));
+    FUZZ_REQUIRE(terminatedWithin({found.path, found.path + XDSP_DEVICE_PATH_CHARS}));
+    FUZZ_REQUIRE(!xdsp::os::hidInterfaceAtRoot(root().c_str(), 1, &found));
 
     std::vector<xdsp::Char16> friendlyName(XDSP_FRIENDLY_NAME_CHARS, 0x7777);
     std::vector<xdsp::Char16> portPath(XDSP_DEVICE_PATH_CHARS, 0x7777);
-    if (xdsp::os::serialPortAtRoot(tree().root.c_str(), path.data(), friendlyName.data(),
+    if (xdsp::os::serialPortAtRoot(root().c_str(), path.data(), friendlyName.data(),
                                    portPath.data())) {
-        FUZZ_REQUIRE(terminatedWithin(friendlyName.data(), friendlyName.size()));
-        FUZZ_REQUIRE(terminatedWithin(portPath.data(), portPath.size()));
+        FUZZ_REQUIRE(terminatedWithin(friendlyName) && terminatedWithin(portPath));
     }
     return 0;
 }

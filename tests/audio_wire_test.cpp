@@ -55,12 +55,14 @@ Text dumpLine(const Bytes &bytes, size_t first) {
 constexpr double march = 45352.54524305555;   // 2024-03-01 13:05:09
 constexpr double christmas = 45285.333333333; // 2023-12-25 08:00:00
 
-class AudioWire : public BothModesTest {};
+class AudioWire : public BothModesTest {
+  protected:
+    ScriptedPeer &peer = scripted.peer;
+};
 } // namespace
 
 TEST_P(AudioWire, ValueCommandsSendOneWordAndReadTheResult) {
     ASSERT_TRUE(scripted.opened());
-    ScriptedPeer &peer = scripted.peer;
     // Bytes 6-7 match no command: only the magic and bytes 8-9 count.
     peer.respond([](const Bytes &, const SpiTransfer &) {
         return userReply({0x99, 0x77, 0x12, 0x34});
@@ -97,7 +99,6 @@ TEST_P(AudioWire, ValueCommandsSendOneWordAndReadTheResult) {
 
 TEST_P(AudioWire, ResetWritesSixBytesAndReadsNothing) {
     ASSERT_TRUE(scripted.opened());
-    ScriptedPeer &peer = scripted.peer;
     Halvio_Reset();
     // A transfer without a read returns before the board has carried it out.
     ASSERT_TRUE(eventually([&] { return !peer.transfers().empty(); }));
@@ -108,7 +109,6 @@ TEST_P(AudioWire, ResetWritesSixBytesAndReadsNothing) {
 
 TEST_P(AudioWire, EchoSendsWholeWordsAndComparesThem) {
     ASSERT_TRUE(scripted.opened());
-    ScriptedPeer &peer = scripted.peer;
     // The firmware's echo: the packet's data after the reply's header.
     peer.respond([](const Bytes &command, const SpiTransfer &) {
         return concat(userReply({0x38, command.at(5)}), Bytes(command.begin() + 6, command.end()));
@@ -149,7 +149,6 @@ TEST_P(AudioWire, EchoSendsWholeWordsAndComparesThem) {
 
 TEST_P(AudioWire, EchoMismatchDumpsBothSidesFromTheFirstDifference) {
     ASSERT_TRUE(scripted.opened());
-    ScriptedPeer &peer = scripted.peer;
     size_t spoilt = 3;
     peer.respond([&](const Bytes &command, const SpiTransfer &) {
         Bytes reply =
@@ -182,7 +181,6 @@ TEST_P(AudioWire, EchoMismatchDumpsBothSidesFromTheFirstDifference) {
 
 TEST_P(AudioWire, LoadFilenameDecodesTheBlockIntoTheCallersBuffers) {
     ASSERT_TRUE(scripted.opened());
-    ScriptedPeer &peer = scripted.peer;
     uint8_t lengthByte = 0x41;
     bool magic = true;
     std::string fileName = "Hall A";

@@ -7,6 +7,7 @@
 #include "bootloader/ole_date.h"
 #include "support/commands.h"
 #include "support/emulated_board.h"
+#include "support/scripted_board.h"
 
 #include <gtest/gtest.h>
 
@@ -41,6 +42,12 @@ size_t heard(EmulatedBoard &emulated, uint8_t code) {
 void forget(EmulatedBoard &emulated) {
     emulated.board().inspectBootLoader(
         [](emu::BootLoader &bootLoader) { bootLoader.clearTransfers(); });
+}
+
+// Reads or changes the boot loader's faults under the board's lock.
+template <typename Change> void withFaults(EmulatedBoard &emulated, Change change) {
+    emulated.board().inspectBootLoader(
+        [&](emu::BootLoader &bootLoader) { change(bootLoader.faults()); });
 }
 
 struct Entry {
@@ -80,10 +87,6 @@ class EmulatedBootLoader : public ::testing::TestWithParam<bool> {
     Capture capture;
     std::unique_ptr<EmulatedBoard> emulated_;
 };
-
-std::string modeName(const ::testing::TestParamInfo<bool> &info) {
-    return info.param ? "ReadPrefix" : "NoPrefix";
-}
 } // namespace
 
 TEST_P(EmulatedBootLoader, IdentifiesThroughTheFillerAndReadsItsStatus) {
@@ -94,9 +97,9 @@ TEST_P(EmulatedBootLoader, IdentifiesThroughTheFillerAndReadsItsStatus) {
     EXPECT_EQ(Text(XMOSBoot_GetVersionType()), WIDE("2.61"));
     EXPECT_EQ(heard(emulated(), 0x0B), 2u);
 
-    emulated().board().inspectBootLoader([](emu::BootLoader &bootLoader) {
-        bootLoader.faults().notReadyCode = 0x0A;
-        bootLoader.faults().notReadyReplies = 2;
+    withFaults(emulated(), [](emu::BootLoaderFaults &faults) {
+        faults.notReadyCode = 0x0A;
+        faults.notReadyReplies = 2;
     });
     EXPECT_EQ(XMOSBoot_GetMemorySize(), 2097152u);
     EXPECT_EQ(heard(emulated(), 0x0A), 3u) << "two filler replies, then the answer";
@@ -138,8 +141,7 @@ TEST_P(EmulatedBootLoader, UploadsTwiceAndTheDatesComeBack) {
     // The same place and type again: no erase, allocation or type change before
     // the format; the creation date stays. A wrong checksum shows in the result.
     forget(emulated());
-    emulated().board().inspectBootLoader(
-        [](emu::BootLoader &bootLoader) { bootLoader.faults().wrongChecksumReplies = 1; });
+    withFaults(emulated(), [](emu::BootLoaderFaults &faults) { faults.wrongChecksumReplies = 1; });
     os::sleepMs(1100);
     Bytes second = sample(333, 9);
     ASSERT_EQ(BootLoader_Send(4, 2, 0x30000, 0x32000, WIDE("coefficients.dat"), second.data(), 333,
@@ -187,8 +189,7 @@ TEST_P(EmulatedBootLoader, FaultsShowInTheResults) {
     EXPECT_EQ(entry(0).type, 3);
 
     // Garbled twice: reported, the entry left empty; the call still succeeds.
-    emulated().board().inspectBootLoader(
-        [](emu::BootLoader &bootLoader) { bootLoader.faults().garbledRecordReplies = 2; });
+    withFaults(emulated(), [](emu::BootLoaderFaults &faults) { faults.garbledRecordReplies = 2; });
     capture.clear();
     EXPECT_EQ(XMOSBoot_BuildFAI(), 1);
     EXPECT_EQ(entry(0).type, 0);
@@ -197,34 +198,23 @@ TEST_P(EmulatedBootLoader, FaultsShowInTheResults) {
         hasPieces(capture, {WIDE("Send SPI Command: "), WIDE("BOOT\\x2F\\x01\\x00\\x01\n")}));
 
     // Garbled once: the second ask reads it.
-    emulated().board().inspectBootLoader(
-        [](emu::BootLoader &bootLoader) { bootLoader.faults().garbledRecordReplies = 1; });
+    withFaults(emulated(), [](emu::BootLoaderFaults &faults) { faults.garbledRecordReplies = 1; });
     capture.clear();
     EXPECT_EQ(XMOSBoot_BuildFAI(), 1);
     EXPECT_EQ(entry(0).type, 3);
     EXPECT_EQ(capture.count(WIDE("Send SPI Command: ")), 0u);
 
-    // A commit not acknowledged: 0 and its dump.
-    emulated().board().inspectBootLoader([](emu::BootLoader &bootLoader) {
-        bootLoader.faults().unacknowledgedCode = 0x33;
-        bootLoader.faults().unacknowledgedReplies = 1;
-    });
-    EXPECT_EQ(XMOSBoot_Commit(), 0);
-    EXPECT_NE(capture.joined().find(WIDE("Command: 0x33 :: Want: 0x33@6  :: ")), Text::npos);
-
     // A type change carried out whose reply is scrambled on the way: 0, yet the
     // board has the new type; the second garbled reply is left for later.
-    emulated().board().inspectBootLoader([](emu::BootLoader &bootLoader) {
-        bootLoader.faults().garbledCode = 0x28;
-        bootLoader.faults().garbledReplies = 2;
+    withFaults(emulated(), [](emu::BootLoaderFaults &faults) {
+        faults.garbledCode = 0x28;
+        faults.garbledReplies = 2;
     });
     EXPECT_EQ(XMOSBoot_SetFileType(0, 2), 0);
     ASSERT_EQ(XMOSBoot_BuildFAI(), 1);
     EXPECT_EQ(entry(0).type, 2);
-    uint32_t garbledLeft = 0;
-    emulated().board().inspectBootLoader(
-        [&](emu::BootLoader &bootLoader) { garbledLeft = bootLoader.faults().garbledReplies; });
-    EXPECT_EQ(garbledLeft, 1u);
+    withFaults(emulated(),
+               [](emu::BootLoaderFaults &faults) { EXPECT_EQ(faults.garbledReplies, 1u); });
 
     // A long run drops the emulator's logs.
     emulated().board().forgetHistory();
@@ -232,8 +222,7 @@ TEST_P(EmulatedBootLoader, FaultsShowInTheResults) {
     EXPECT_TRUE(emulated().board().receivedCommands().empty());
 
     // A boot loader that hears nothing: the table cannot be read.
-    emulated().board().inspectBootLoader(
-        [](emu::BootLoader &bootLoader) { bootLoader.faults().silent = true; });
+    withFaults(emulated(), [](emu::BootLoaderFaults &faults) { faults.silent = true; });
     EXPECT_EQ(XMOSBoot_BuildFAI(), 0);
     ASSERT_EQ(capture.messageBoxes().size(), 1u);
     EXPECT_EQ(capture.messageBoxes()[0].text, WIDE("FAI Error"));

@@ -1,12 +1,15 @@
-// The boot loader's command strings and reply dump, and the front end's pure
-// helpers: checksum, type names, settings, argument refusals.
+// The boot loader's pure helpers: command strings and the reply dump, the
+// name-and-date block both ways, packet progress, and the front end's
+// checksum, type names, settings and argument refusals.
 #include "bootloader/boot_loader_state.h"
 #include "bootloader/file_table.h"
 #include "bootloader/framing.h"
+#include "bootloader/send_file.h"
 #include "support/capture.h"
 
 #include <gtest/gtest.h>
 
+#include <string>
 #include <vector>
 
 using namespace xdsp;
@@ -16,13 +19,28 @@ using namespace xdsp::test;
 namespace {
 using Bytes = std::vector<uint8_t>;
 
+// Encoded from an exactly sized copy: a read past the terminator shows under ASan.
 Bytes encoded(const Text &text) {
+    std::vector<Char16> exact(text.begin(), text.end());
+    exact.push_back(0);
     uint8_t output[commandBytes + 16];
     std::fill(std::begin(output), std::end(output), uint8_t{0xEE});
-    size_t count = encodeBootCommand(output, text.c_str());
+    size_t count = encodeBootCommand(output, exact.data());
     EXPECT_EQ(output[count], 0) << "terminated";
-    EXPECT_EQ(count, encodeBootCommand(nullptr, text.c_str())) << "counting agrees";
+    EXPECT_EQ(count, encodeBootCommand(nullptr, exact.data())) << "counting agrees";
     return Bytes(output, output + count);
+}
+
+FileDescriptor named(const Text &name, double modified, double created) {
+    FileDescriptor descriptor{};
+    std::copy(name.begin(), name.end(), descriptor.name);
+    descriptor.modificationDate = modified;
+    descriptor.creationDate = created;
+    return descriptor;
+}
+
+std::string textAt(const uint8_t *block, size_t offset, size_t count) {
+    return std::string(reinterpret_cast<const char *>(block + offset), count);
 }
 } // namespace
 
@@ -37,21 +55,12 @@ TEST(BootCommandEncoding, EveryEscapeRule) {
     EXPECT_EQ(encoded(WIDE("\\xZZ!")), (Bytes{0x00, '!'}));
     // Digits are read up to the first that is not one; both characters are taken.
     EXPECT_EQ(encoded(WIDE("\\x4GH")), (Bytes{0x04, 'H'}));
+    // A short one stops at the terminator.
+    EXPECT_EQ(encoded(WIDE("\\x")), Bytes{0x00});
+    EXPECT_EQ(encoded(WIDE("\\x7")), Bytes{0x07});
+    EXPECT_EQ(encoded(WIDE("\\xF")), Bytes{0x0F});
     // Only the low 8 bits of a character travel.
     EXPECT_EQ(encoded(Text{Char16(0x0141), Char16(0x20AC)}), (Bytes{0x41, 0xAC}));
-}
-
-TEST(BootCommandEncoding, ShortHexEscapeStopsAtTheTerminator) {
-    // Exactly sized buffers: a read past the terminator shows under ASan.
-    for (const Text &text : {Text(WIDE("\\x")), Text(WIDE("\\x7")), Text(WIDE("\\xF"))}) {
-        std::vector<Char16> exact(text.begin(), text.end());
-        exact.push_back(0);
-        uint8_t output[commandBytes];
-        size_t count = encodeBootCommand(output, exact.data());
-        ASSERT_EQ(count, 1u) << narrow(text);
-        EXPECT_EQ(output[0], text.size() == 2 ? 0x00 : (text[2] == '7' ? 0x07 : 0x0F));
-        EXPECT_EQ(output[1], 0);
-    }
 }
 
 TEST(BootCommandEncoding, OutputStopsAt511BytesCountingDoesNot) {
@@ -88,6 +97,58 @@ TEST(BootReplyDump, ExactLineAndItsLimit) {
     EXPECT_EQ(line.size(), 1023u);
 }
 
+TEST(NameDateBlock, BuiltWithFillerAndNoZeroByte) {
+    // The modification date's text and the travelling order show in
+    // BootWire.NameAndDatesGoToTheTableFirst.
+    uint8_t block[blockBytes];
+    buildNameDateBlock(named(WIDE("AB"), 45352.5, -1.25), block);
+    EXPECT_EQ(textAt(block, 0, 64), "AB" + std::string(62, '*'));
+    EXPECT_EQ(textAt(block, 84, 44), "1899-12-29 06:00:00" + std::string(25, '*'));
+
+    // Characters without an 8-bit form become '?'; those that would read as
+    // 0xCC or 0xFF cannot travel and become '*'; a date outside the range
+    // prints as zeros.
+    Text name = {Char16('x'),  Char16(0x20AC), Char16(0xE9),
+                 Char16(0xCC), Char16(0xFF),   Char16('y')};
+    buildNameDateBlock(named(name, 1e9, 0.0), block);
+    EXPECT_EQ(textAt(block, 0, 7), "x?\xE9**y*");
+    EXPECT_EQ(textAt(block, 64, 20), "0000-00-00 00:00:00*");
+    EXPECT_EQ(textAt(block, 84, 20), "1899-12-30 00:00:00*");
+    for (uint8_t byte : block)
+        EXPECT_TRUE(byte != 0x00 && byte != 0xCC && byte != 0xFF);
+
+    // The longest name keeps its terminator inside the field.
+    buildNameDateBlock(named(Text(70, Char16('n')), 0.0, 0.0), block);
+    EXPECT_EQ(textAt(block, 0, 64), std::string(63, 'n') + "*");
+}
+
+TEST(NameDateBlock, DecodedFromErasedAndFullFields) {
+    // Erased flash: 0xFF first bytes give no name and no dates.
+    FileDescriptor read{};
+    uint8_t block[blockBytes];
+    std::fill(std::begin(block), std::end(block), uint8_t{0xFF});
+    std::fill(std::begin(read.name), std::end(read.name), Char16('#'));
+    read.creationDate = read.modificationDate = 1.0;
+    decodeNameDateBlock(block, &read);
+    EXPECT_EQ(read.name[0], 0);
+    EXPECT_EQ(read.modificationDate, 0.0);
+    EXPECT_EQ(read.creationDate, 0.0);
+
+    // A name field without a zero byte ends inside the descriptor's 64 characters.
+    std::fill(std::begin(block), std::end(block), uint8_t{'q'});
+    decodeNameDateBlock(block, &read);
+    EXPECT_EQ(Text(read.name), Text(63, Char16('q')));
+    EXPECT_EQ(read.modificationDate, 36494.0)
+        << "no number in the text: all fields 0, which the conversion reads as 1999-11-30";
+}
+
+TEST(DataPackets, ProgressTruncates) {
+    // The regular steps show in BootTable.FilesGoInNumberedPackets.
+    EXPECT_EQ(packetProgress(0, 100, 767, 768), 99) << "truncated, not rounded";
+    EXPECT_EQ(packetProgress(80, 25, 256, 1000), 65) << "a falling range truncates toward zero";
+    EXPECT_EQ(packetProgress(INT32_MIN, INT32_MAX, 1, 2), 0);
+}
+
 TEST(BootLoaderSettings, ReadPrefixOnlyOneSwitchesOn) {
     EXPECT_EQ(XMOSSPI_GetReadPrefix(), 1) << "on at load";
     for (int32_t off : {2, -1, 0}) {
@@ -97,8 +158,6 @@ TEST(BootLoaderSettings, ReadPrefixOnlyOneSwitchesOn) {
     }
     XMOSSPI_SetReadPrefix(1);
     EXPECT_EQ(XMOSSPI_GetReadPrefix(), 1);
-    EXPECT_EQ(spiSelect(processBootLoader()), 2);
-    EXPECT_EQ(busyMask(processBootLoader()), 2);
 }
 
 TEST(FrontEndHelpers, ChecksumCases) {
@@ -113,13 +172,12 @@ TEST(FrontEndHelpers, ChecksumCases) {
 }
 
 TEST(FrontEndHelpers, TypeNamesAndFileDescriptors) {
-    EXPECT_EQ(Text(BootLoader_GetTypeName(0)), WIDE("Data"));
-    EXPECT_EQ(Text(BootLoader_GetTypeName(1)), WIDE("Boot"));
-    EXPECT_EQ(Text(BootLoader_GetTypeName(2)), WIDE("FPGA"));
-    EXPECT_EQ(Text(BootLoader_GetTypeName(3)), WIDE("Link"));
-    ASSERT_NE(BootLoader_GetTypeName(4), nullptr);
-    EXPECT_EQ(Text(BootLoader_GetTypeName(4)), WIDE(""));
-    EXPECT_EQ(Text(BootLoader_GetTypeName(-1)), WIDE(""));
+    const Text names[] = {WIDE(""),     WIDE("Data"), WIDE("Boot"),
+                          WIDE("FPGA"), WIDE("Link"), WIDE("")};
+    for (int16_t type = -1; type <= 4; ++type) {
+        ASSERT_NE(BootLoader_GetTypeName(type), nullptr);
+        EXPECT_EQ(Text(BootLoader_GetTypeName(type)), names[type + 1]);
+    }
     EXPECT_EQ(BootLoader_MaxFiles(), 15u);
 
     FileDescriptor &entry = processBootLoader().fileTable[14];
@@ -167,6 +225,5 @@ TEST(FrontEndHelpers, IndexesOutOfRangeAreRefused) {
     }
     EXPECT_EQ(BootLoader_Send(0, 0, 0, 4096, WIDE("x"), nullptr, 4, 0, nullptr, 0), 0);
     EXPECT_EQ(os::lastError(), 87u);
-    EXPECT_EQ(BootLoader_GetFileChecksum(15), 0xFFFF);
     EXPECT_EQ(XMOSBoot_SendFile(0, nullptr, 10, 25, 80, nullptr, 0), 0);
 }

@@ -27,14 +27,16 @@ Bytes acknowledge(const Bytes &command, const SpiTransfer &) {
     return command.size() > 4 ? bootReply(command[4]) : Bytes{};
 }
 
-class BootWire : public BothModesTest {};
+class BootWire : public BothModesTest {
+  protected:
+    ScriptedPeer &peer = scripted.peer;
+};
 } // namespace
 
 TEST_P(BootWire, IdentificationQueries) {
     ASSERT_TRUE(scripted.opened());
-    ScriptedPeer &peer = scripted.peer;
     int versionAsks = 0;
-    uint8_t productBytes[4] = {0x00, 0x14, 0x50, 0x10};
+    Bytes productBytes = {0x00, 0x14, 0x50, 0x10};
     uint8_t chip = 0x40;
     peer.respond([&](const Bytes &command, const SpiTransfer &) -> Bytes {
         switch (command.at(4)) {
@@ -42,7 +44,7 @@ TEST_P(BootWire, IdentificationQueries) {
             return bootReply(0x0B, ++versionAsks == 1 ? Bytes{0xCC, 0xCC, 0xCC, 0xCC}
                                                       : Bytes{0x01, 0x05, 0x00, 0x00});
         case 0x08:
-            return bootReply(0x08, Bytes(productBytes, productBytes + 4));
+            return bootReply(0x08, productBytes);
         case 0x09:
             return bootReply(0x09, {0x21, 0x46, 0x90, 0x01});
         case 0x0A:
@@ -66,8 +68,7 @@ TEST_P(BootWire, IdentificationQueries) {
     if (prefix()) {
         EXPECT_EQ(peer.transfers().size(), 2u) << "no flush before the product query";
     }
-    uint8_t unknown[4] = {0x12, 0x34, 0x56, 0x78};
-    std::copy(unknown, unknown + 4, productBytes);
+    productBytes = {0x12, 0x34, 0x56, 0x78};
     EXPECT_EQ(Text(XMOSBoot_GetProductType()), WIDE("12 34 56 78 [12345678]"));
 
     scripted.capture.clear();
@@ -101,7 +102,6 @@ TEST_P(BootWire, IdentificationQueries) {
 
 TEST_P(BootWire, FileSystemCommandBytes) {
     ASSERT_TRUE(scripted.opened());
-    ScriptedPeer &peer = scripted.peer;
     peer.respond([](const Bytes &command, const SpiTransfer &transfer) -> Bytes {
         if (command.at(4) == 0x29)
             return bootReply(0x29, {0x00, 0x00, 0x12, 0x34});
@@ -189,7 +189,6 @@ TEST_P(BootWire, FileSystemCommandBytes) {
 
 TEST_P(BootWire, CloseAsksTwiceThenDumps) {
     ASSERT_TRUE(scripted.opened());
-    ScriptedPeer &peer = scripted.peer;
     peer.respond(acknowledge);
     EXPECT_EQ(XMOSBoot_CloseFile(300), 1);
     std::vector<SpiTransfer> sent = peer.commandTransfers();
@@ -212,7 +211,6 @@ TEST_P(BootWire, CloseAsksTwiceThenDumps) {
 
 TEST_P(BootWire, NameAndDatesGoToTheTableFirst) {
     ASSERT_TRUE(scripted.opened());
-    ScriptedPeer &peer = scripted.peer;
     peer.respond(acknowledge);
     bootloader::processBootLoader().fileTable[0] = {};
     double march = 45352.54524305555; // 2024-03-01 13:05:09
@@ -255,7 +253,6 @@ TEST_P(BootWire, NameAndDatesGoToTheTableFirst) {
 
 TEST_P(BootWire, StatusRecordAlignment) {
     ASSERT_TRUE(scripted.opened());
-    ScriptedPeer &peer = scripted.peer;
     Bytes record = {0x00, 0x00, 'S', 'T', 'A', 'T'};
     for (uint32_t word = 0; word < 16; ++word)
         for (int shift = 24; shift >= 0; shift -= 8)
@@ -287,7 +284,6 @@ TEST_P(BootWire, StatusRecordAlignment) {
 
 TEST_P(BootWire, FlushDrainsUntilTheBusyLine) {
     ASSERT_TRUE(scripted.opened());
-    ScriptedPeer &peer = scripted.peer;
     Bytes pattern(16, 0);
     if (prefix())
         pattern[0] = 'R', pattern[1] = 'D';

@@ -19,8 +19,10 @@ def test_second_open_raises_and_leaves_the_first_open(xdsp_emulator_factory):
 
 
 def test_failed_open_does_not_hold_the_slot(tmp_path, xdsp_emulator):
-    with pytest.raises(xdsp.NotFoundError):
+    with pytest.raises(xdsp.NotFoundError) as raised:
         xdsp.open(str(tmp_path / "missing.sock"))
+    assert raised.value.code == 2
+    assert "CreateFile Error" in str(raised.value)  # the library's own words
     with xdsp.open(xdsp_emulator) as board:
         assert board.is_open
 

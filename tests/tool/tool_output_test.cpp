@@ -5,9 +5,6 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include <fstream>
-#include <iterator>
-
 using namespace xdsp;
 using namespace tooltest;
 
@@ -17,11 +14,6 @@ std::vector<nlohmann::json> jsonLines(const std::string &text) {
     for (const std::string &line : lines(text))
         events.push_back(nlohmann::json::parse(line)); // throws on a line that is not JSON
     return events;
-}
-
-std::vector<uint8_t> contentsOf(const std::string &path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 } // namespace
 

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
 #include <pty.h>
 #include <sstream>
 #include <sys/stat.h>
@@ -118,6 +119,11 @@ xdsp::emu::BoardOptions withBootLoader() {
     xdsp::emu::BoardOptions options;
     options.bootLoader = xdsp::emu::BootLoaderOptions{};
     return options;
+}
+
+std::vector<uint8_t> contentsOf(const std::string &path) {
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
 bool contains(const Outcome &outcome, const std::string &text) {

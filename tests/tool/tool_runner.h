@@ -57,6 +57,7 @@ class ServedBoard {
 };
 
 xdsp::emu::BoardOptions withBootLoader();
+std::vector<uint8_t> contentsOf(const std::string &path);
 bool contains(const Outcome &outcome, const std::string &text);
 std::vector<std::string> lines(const std::string &text);
 

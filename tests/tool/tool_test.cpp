@@ -1,25 +1,17 @@
 // The xdsp tool run as a user runs it, against an emulated board served by the
-// test: what it prints, and its exit codes.
+// test: what it prints, and every exit code, provoked as a user would meet it,
+// with the words that say what failed and why.
 #include "tool_runner.h"
 #include "xdsp/xdsp.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <fstream>
-#include <string>
+#include <sys/stat.h>
 #include <unistd.h>
 
 using namespace xdsp;
 using namespace tooltest;
-
-namespace {
-emu::BoardOptions withAudioFirmware() {
-    emu::BoardOptions options;
-    options.audioFirmware = emu::AudioFirmwareOptions{};
-    return options;
-}
-} // namespace
 
 TEST(Tool, InfoGpioAndAdcShowWhatTheBoardReports) {
     emu::BoardOptions options;
@@ -46,7 +38,7 @@ TEST(Tool, InfoGpioAndAdcShowWhatTheBoardReports) {
     EXPECT_FALSE(served.board().adcSampling()); // switched off again
 }
 
-TEST(Tool, FlashReadDumpsAcrossChunksAndRefusesWhatTheFlashLacks) {
+TEST(Tool, FlashReadDumpsAcrossChunks) {
     ServedBoard served;
     ASSERT_TRUE(served.started());
     // Written through the library, in the two pieces one write carries.
@@ -69,10 +61,6 @@ TEST(Tool, FlashReadDumpsAcrossChunksAndRefusesWhatTheFlashLacks) {
     EXPECT_TRUE(contains(dump, "000002F0  00 01 02 03")) << dump.text;
     EXPECT_TRUE(contains(dump, "00000310  20 21 22 23 24 25 26 27 28 29 2A 2B")) << dump.text;
     EXPECT_FALSE(contains(dump, "00000320")) << dump.text;
-
-    Outcome past = served.run("flash read 0x000FFF00 512", Capture::errorsOnly);
-    EXPECT_EQ(past.exitCode, 74);
-    EXPECT_TRUE(contains(past, "(error 1359)")) << past.text;
 }
 
 TEST(Tool, StatPrintsTheBootLoaderRecord) {
@@ -89,14 +77,8 @@ TEST(Tool, StatPrintsTheBootLoaderRecord) {
 TEST(Tool, UploadedFileShowsInTheListing) {
     ServedBoard served(withBootLoader());
     ASSERT_TRUE(served.started());
-    std::string file = "/tmp/xdsp-tool-test-" + std::to_string(getpid()) + ".bin";
-    {
-        std::ofstream out(file, std::ios::binary);
-        for (int i = 0; i < 1001; ++i) // odd: the tool pads it
-            out.put(static_cast<char>(i * 7));
-    }
-    Outcome upload = served.run("upload " + file + " -f 3 -n bench.bin");
-    std::remove(file.c_str());
+    TestFile file(1001, 7); // odd: the tool pads it
+    Outcome upload = served.run("upload " + file.path() + " -f 3 -n bench.bin");
     EXPECT_EQ(upload.exitCode, 0) << upload.text;
     EXPECT_TRUE(contains(upload, "padded with a zero byte")) << upload.text;
     EXPECT_TRUE(contains(upload, "Uploaded 1002 bytes as file 3")) << upload.text;
@@ -108,7 +90,8 @@ TEST(Tool, UploadedFileShowsInTheListing) {
 }
 
 TEST(Tool, AudioCommandsReachTheFirmware) {
-    emu::BoardOptions options = withAudioFirmware();
+    emu::BoardOptions options;
+    options.audioFirmware = emu::AudioFirmwareOptions{};
     options.audioFirmware->faults.corruptEchoIndex = 5;
     options.audioFirmware->faults.corruptEchoReplies = 1;
     ServedBoard served(options);
@@ -142,7 +125,7 @@ TEST(Tool, BuiltInEmulatorRunsTheAudioFirmwareForAudio) {
     EXPECT_TRUE(contains(file, "File 2: Studio B")) << file.text;
 }
 
-TEST(Tool, BadArgumentsFailBeforeTheBoardIsOpened) {
+TEST(ToolExitCodes, BadArgumentsFailBeforeTheBoardIsOpened) {
     ServedBoard served;
     ASSERT_TRUE(served.started());
     for (const char *arguments :
@@ -155,4 +138,80 @@ TEST(Tool, BadArgumentsFailBeforeTheBoardIsOpened) {
         EXPECT_FALSE(outcome.text.empty()) << arguments;
     }
     EXPECT_EQ(served.board().outputReportCount(), 0u);
+}
+
+TEST(ToolExitCodes, EachFailureHasItsCodeAndWords) {
+    ServedBoard served(withBootLoader());
+    ASSERT_TRUE(served.started());
+    Outcome help = runTool("--help", Capture::outputOnly);
+    EXPECT_EQ(help.exitCode, 0);
+    EXPECT_TRUE(contains(help, "77  permission denied")) << help.text;
+
+    Outcome missing = served.run("upload /no/such/file -f 1", Capture::errorsOnly);
+    EXPECT_EQ(missing.exitCode, 66);
+    EXPECT_TRUE(contains(missing, "cannot read /no/such/file")) << missing.text;
+
+    Outcome absent = runTool("info -d /tmp/b.sock-none", Capture::errorsOnly);
+    EXPECT_EQ(absent.exitCode, 69);
+    EXPECT_EQ(absent.text, "xdsp: no board answered at /tmp/b.sock-none (error 2)\n");
+
+    Outcome past = served.run("flash read 0x000FFF00 512", Capture::errorsOnly);
+    EXPECT_EQ(past.exitCode, 74);
+    EXPECT_TRUE(contains(past, "cannot read the flash at 0x00100000")) << past.text;
+    EXPECT_TRUE(contains(past, "(error 1359)")) << past.text;
+
+    Outcome cannotServe = runTool("emu /no/such/folder/x.sock", Capture::errorsOnly);
+    EXPECT_EQ(cannotServe.exitCode, 70) << cannotServe.text;
+
+    ServedBoard loopback; // no boot loader behind the SPI bus
+    ASSERT_TRUE(loopback.started());
+    Outcome protocol = loopback.run("ls", Capture::errorsOnly);
+    EXPECT_EQ(protocol.exitCode, 76);
+    EXPECT_TRUE(contains(protocol, "the boot loader on " + loopback.path() + " did not answer"))
+        << protocol.text;
+}
+
+TEST(ToolExitCodes, ChecksumMismatchNamesBothSums) {
+    emu::BoardOptions options = withBootLoader();
+    options.bootLoader->faults.wrongChecksumReplies = emu::always;
+    ServedBoard served(options);
+    ASSERT_TRUE(served.started());
+    TestFile file(2000, 7);
+    Outcome upload = served.run("upload " + file.path() + " -f 1", Capture::errorsOnly);
+    EXPECT_EQ(upload.exitCode, 65) << upload.text;
+    std::vector<uint8_t> data = contentsOf(file.path());
+    char expected[120];
+    uint16_t sum = BootLoader_ComputeFileChecksum(data.data(), 2000);
+    std::snprintf(expected, sizeof expected,
+                  "checksum differs after upload: the board reports 0x%04X, the file sums to "
+                  "0x%04X (error 0x8009700D)",
+                  static_cast<uint16_t>(sum + 1), sum);
+    EXPECT_TRUE(contains(upload, expected)) << upload.text;
+}
+
+TEST(ToolExitCodes, BusyAndForbiddenBoardsSaySo) {
+    ServedBoard served(withBootLoader());
+    ASSERT_TRUE(served.started());
+    std::u16string path(served.path().begin(), served.path().end());
+    ASSERT_TRUE(InitializeHIDUSBPacketPath(path.c_str())); // this process holds it
+    Outcome busy = served.run("info", Capture::errorsOnly);
+    DestroyHIDUSBPacket();
+    EXPECT_EQ(busy.exitCode, 69);
+    EXPECT_EQ(busy.text, "xdsp: board busy: another program holds it (error 32)\n");
+
+    // Root passes every permission check, so root asks as nobody, who may not
+    // enter the test's folder; anyone else meets a socket nobody may connect to.
+    Outcome denied;
+    if (geteuid() == 0) {
+        denied = runCommand("/usr/bin/setpriv --reuid=65534 --regid=65534 --clear-groups " +
+                                std::string(XDSP_TOOL_PATH) + " info -d " + served.path(),
+                            Capture::errorsOnly);
+    } else {
+        chmod(served.path().c_str(), 0);
+        denied = served.run("info", Capture::errorsOnly);
+    }
+    EXPECT_EQ(denied.exitCode, 77) << denied.text;
+    EXPECT_EQ(denied.text, "xdsp: cannot open " + served.path() +
+                               ": permission denied (error 5); `xdsp udev-rule` prints a rule "
+                               "that gives your user access\n");
 }

@@ -2,7 +2,7 @@
 // a USB device with a CDC ACM serial port (ttyACM0) on interface 0 and the HID
 // interface (hidraw0) on interface 1, served by the emulator's firmware model;
 // beside it a mouse on hidraw2 (hidraw1 is absent) and a second board of the
-// same vendor, without a serial port, on hidraw3.
+// same vendor, without a serial port, on hidraw3 (boards.umockdev).
 #pragma once
 
 #include "board.h"
@@ -19,7 +19,6 @@ namespace xdsp::test {
 inline constexpr UsbIds boardIds{0x20B1, 0x0101};
 inline constexpr UsbIds secondBoardIds{0x20B1, 0x0102};
 inline constexpr UsbIds mouseIds{0x046D, 0xC077};
-inline constexpr char boardProduct[] = "XDSP 21469 Board";
 
 class BoardTestbed {
   public:

@@ -2,61 +2,43 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <linux/hidraw.h>
 #include <sys/ioctl.h>
 #include <termios.h>
+#include <thread>
 #include <umockdev.h>
 #include <unistd.h>
+#include <utility>
 
 namespace xdsp::test {
 
 namespace {
 constexpr uint32_t usbBus = 3;
-// An answer the board holds back (stalled reports) is offered again this often.
-constexpr auto stallRetry = std::chrono::milliseconds(1);
-
-// A resolved piece of the client's memory, released when done.
-class ClientMemory {
-  public:
-    ClientMemory(UMockdevIoctlClient *client, size_t length)
-        : data_(umockdev_ioctl_data_resolve(umockdev_ioctl_client_get_arg(client), 0, length,
-                                            nullptr)) {}
-    ~ClientMemory() {
-        if (data_ != nullptr)
-            g_object_unref(data_);
-    }
-    ClientMemory(const ClientMemory &) = delete;
-    ClientMemory &operator=(const ClientMemory &) = delete;
-    uint8_t *bytes() const { return data_ != nullptr ? data_->data : nullptr; }
-
-  private:
-    UMockdevIoctlData *data_;
-};
 
 void fail(UMockdevIoctlClient *client, int code) {
     umockdev_ioctl_client_complete(client, -1, code);
 }
+
+template <typename Board, void (Board::*answer)(UMockdevIoctlClient *)>
+int handle(UMockdevIoctlBase *, UMockdevIoctlClient *client, void *self) {
+    (static_cast<Board *>(self)->*answer)(client);
+    return TRUE;
+}
 } // namespace
 
 HidrawBoard::HidrawBoard(emu::Board &board, UsbIds ids)
-    : board_(board), ids_(ids), descriptor_(board.reportDescriptor()) {
-    answerer_ = std::thread([this] { answerLoop(); });
-}
+    : board_(board), ids_(ids), descriptor_(board.reportDescriptor()) {}
 
 HidrawBoard::~HidrawBoard() {
     {
         std::lock_guard<std::mutex> held(lock_);
-        stopping_ = true;
-        if (pendingRead_ != nullptr) {
+        if (pendingRead_ != nullptr)
             fail(pendingRead_, EIO);
-            pendingRead_ = nullptr;
-        }
     }
-    wake_.notify_all();
-    answerer_.join();
     if (handler_ != nullptr) {
         // The testbed keeps the handler: its signals must not reach this board any more.
         g_signal_handlers_disconnect_by_data(handler_, this);
@@ -84,11 +66,28 @@ bool HidrawBoard::attach(UMockdevTestbed *testbed, const std::string &devNode, s
     tcsetattr(terminalFd_, TCSANOW, &settings);
 
     handler_ = umockdev_ioctl_base_new();
-    g_signal_connect(handler_, "handle-ioctl", G_CALLBACK(onIoctl), this);
-    g_signal_connect(handler_, "handle-read", G_CALLBACK(onRead), this);
-    g_signal_connect(handler_, "handle-write", G_CALLBACK(onWrite), this);
-    g_signal_connect(handler_, "client-connected", G_CALLBACK(onConnected), this);
-    g_signal_connect(handler_, "client-vanished", G_CALLBACK(onVanished), this);
+    g_signal_connect(handler_, "handle-ioctl",
+                     G_CALLBACK((handle<HidrawBoard, &HidrawBoard::answerIoctl>)), this);
+    g_signal_connect(handler_, "handle-read",
+                     G_CALLBACK((handle<HidrawBoard, &HidrawBoard::answerRead>)), this);
+    g_signal_connect(handler_, "handle-write",
+                     G_CALLBACK((handle<HidrawBoard, &HidrawBoard::answerWrite>)), this);
+    g_signal_connect(handler_, "client-connected",
+                     G_CALLBACK(+[](UMockdevIoctlBase *, UMockdevIoctlClient *client, void *self) {
+                         auto *board = static_cast<HidrawBoard *>(self);
+                         std::lock_guard<std::mutex> held(board->lock_);
+                         board->clients_[client] = board->plugged_ ? board->generation_ : 0;
+                     }),
+                     this);
+    g_signal_connect(handler_, "client-vanished",
+                     G_CALLBACK(+[](UMockdevIoctlBase *, UMockdevIoctlClient *client, void *self) {
+                         auto *board = static_cast<HidrawBoard *>(self);
+                         std::lock_guard<std::mutex> held(board->lock_);
+                         board->clients_.erase(client);
+                         if (board->pendingRead_ == client)
+                             board->pendingRead_ = nullptr;
+                     }),
+                     this);
     GError *failure = nullptr;
     if (!umockdev_testbed_attach_ioctl(testbed, devNode.c_str(), handler_, &failure)) {
         *error = failure->message;
@@ -103,7 +102,6 @@ bool HidrawBoard::attach(UMockdevTestbed *testbed, const std::string &devNode, s
 void HidrawBoard::unplug() {
     std::lock_guard<std::mutex> held(lock_);
     plugged_ = false;
-    due_.clear();
     if (pendingRead_ != nullptr) {
         fail(pendingRead_, EIO);
         pendingRead_ = nullptr;
@@ -126,43 +124,9 @@ void HidrawBoard::cutInputReports(uint32_t count, size_t dataBytes) {
     cutLength_ = dataBytes;
 }
 
-uint32_t HidrawBoard::outputReports() const {
-    std::lock_guard<std::mutex> held(lock_);
-    return outputReports_;
-}
-
 uint32_t HidrawBoard::shortReads() const {
     std::lock_guard<std::mutex> held(lock_);
     return shortReads_;
-}
-
-int HidrawBoard::onIoctl(UMockdevIoctlBase *, UMockdevIoctlClient *client, void *self) {
-    static_cast<HidrawBoard *>(self)->answerIoctl(client);
-    return TRUE;
-}
-
-int HidrawBoard::onRead(UMockdevIoctlBase *, UMockdevIoctlClient *client, void *self) {
-    static_cast<HidrawBoard *>(self)->answerRead(client);
-    return TRUE;
-}
-
-int HidrawBoard::onWrite(UMockdevIoctlBase *, UMockdevIoctlClient *client, void *self) {
-    static_cast<HidrawBoard *>(self)->answerWrite(client);
-    return TRUE;
-}
-
-void HidrawBoard::onConnected(UMockdevIoctlBase *, UMockdevIoctlClient *client, void *self) {
-    auto *board = static_cast<HidrawBoard *>(self);
-    std::lock_guard<std::mutex> held(board->lock_);
-    board->clients_[client] = board->plugged_ ? board->generation_ : 0;
-}
-
-void HidrawBoard::onVanished(UMockdevIoctlBase *, UMockdevIoctlClient *client, void *self) {
-    auto *board = static_cast<HidrawBoard *>(self);
-    std::lock_guard<std::mutex> held(board->lock_);
-    board->clients_.erase(client);
-    if (board->pendingRead_ == client)
-        board->pendingRead_ = nullptr;
 }
 
 bool HidrawBoard::current(UMockdevIoctlClient *client) const {
@@ -172,47 +136,36 @@ bool HidrawBoard::current(UMockdevIoctlClient *client) const {
 
 void HidrawBoard::answerIoctl(UMockdevIoctlClient *client) {
     std::lock_guard<std::mutex> held(lock_);
-    if (!current(client)) {
-        fail(client, ENODEV);
-        return;
-    }
-    switch (umockdev_ioctl_client_get_request(client)) {
-    case HIDIOCGRDESCSIZE: {
-        ClientMemory size(client, sizeof(int));
-        if (size.bytes() == nullptr)
-            return fail(client, EFAULT);
-        int value = static_cast<int>(descriptor_.size());
-        std::memcpy(size.bytes(), &value, sizeof value);
-        umockdev_ioctl_client_complete(client, 0, 0);
-        return;
-    }
-    case HIDIOCGRDESC: {
-        ClientMemory descriptor(client, sizeof(hidraw_report_descriptor));
-        if (descriptor.bytes() == nullptr)
-            return fail(client, EFAULT);
+    if (!current(client))
+        return fail(client, ENODEV);
+    unsigned long request = umockdev_ioctl_client_get_request(client);
+    if (request != HIDIOCGRDESCSIZE && request != HIDIOCGRDESC && request != HIDIOCGRAWINFO)
+        return fail(client, ENOTTY);
+    // The argument is as long as the request says.
+    UMockdevIoctlData *argument = umockdev_ioctl_data_resolve(umockdev_ioctl_client_get_arg(client),
+                                                              0, _IOC_SIZE(request), nullptr);
+    if (argument == nullptr)
+        return fail(client, EFAULT);
+    int result = 0;
+    int code = 0;
+    if (request == HIDIOCGRDESCSIZE) {
+        int size = static_cast<int>(descriptor_.size());
+        std::memcpy(argument->data, &size, sizeof size);
+    } else if (request == HIDIOCGRAWINFO) {
+        hidraw_devinfo info{usbBus, static_cast<int16_t>(ids_.vendorId),
+                            static_cast<int16_t>(ids_.productId)};
+        std::memcpy(argument->data, &info, sizeof info);
+    } else {
         uint32_t asked = 0;
-        std::memcpy(&asked, descriptor.bytes(), sizeof asked);
+        std::memcpy(&asked, argument->data, sizeof asked);
         if (asked > HID_MAX_DESCRIPTOR_SIZE - 1)
-            return fail(client, EINVAL);
-        size_t count = std::min<size_t>(asked, descriptor_.size());
-        std::memcpy(descriptor.bytes() + offsetof(hidraw_report_descriptor, value),
-                    descriptor_.data(), count);
-        umockdev_ioctl_client_complete(client, 0, 0);
-        return;
+            result = -1, code = EINVAL;
+        else
+            std::memcpy(argument->data + offsetof(hidraw_report_descriptor, value),
+                        descriptor_.data(), std::min<size_t>(asked, descriptor_.size()));
     }
-    case HIDIOCGRAWINFO: {
-        ClientMemory info(client, sizeof(hidraw_devinfo));
-        if (info.bytes() == nullptr)
-            return fail(client, EFAULT);
-        hidraw_devinfo value{usbBus, static_cast<int16_t>(ids_.vendorId),
-                             static_cast<int16_t>(ids_.productId)};
-        std::memcpy(info.bytes(), &value, sizeof value);
-        umockdev_ioctl_client_complete(client, 0, 0);
-        return;
-    }
-    default:
-        fail(client, ENOTTY);
-    }
+    umockdev_ioctl_client_complete(client, result, code);
+    g_object_unref(argument);
 }
 
 void HidrawBoard::answerRead(UMockdevIoctlClient *client) {
@@ -231,7 +184,8 @@ void HidrawBoard::answerRead(UMockdevIoctlClient *client) {
 void HidrawBoard::deliver(UMockdevIoctlClient *client) {
     std::vector<uint8_t> report = std::move(inputReports_.front());
     inputReports_.pop_front();
-    takeDoorbell();
+    uint8_t bell = 0;
+    [[maybe_unused]] ssize_t taken = read(terminalFd_, &bell, 1);
     UMockdevIoctlData *buffer = umockdev_ioctl_client_get_arg(client);
     size_t room = static_cast<size_t>(std::max(buffer->data_len, 0));
     // A short buffer loses the rest of the report.
@@ -243,72 +197,41 @@ void HidrawBoard::deliver(UMockdevIoctlClient *client) {
 }
 
 void HidrawBoard::answerWrite(UMockdevIoctlClient *client) {
-    std::unique_lock<std::mutex> held(lock_);
-    if (!current(client)) {
-        fail(client, ENODEV);
-        return;
-    }
     UMockdevIoctlData *buffer = umockdev_ioctl_client_get_arg(client);
-    if (buffer->data_len < 2) {
-        fail(client, EINVAL);
-        return;
+    {
+        std::lock_guard<std::mutex> held(lock_);
+        if (!current(client))
+            return fail(client, ENODEV);
+        if (buffer->data_len < 2)
+            return fail(client, EINVAL);
     }
-    ++outputReports_;
-    auto period = std::chrono::microseconds(board_.options().reportPeriodMicros);
-    due_.push_back(Due{std::chrono::steady_clock::now() + period,
-                       std::vector<uint8_t>(buffer->data, buffer->data + buffer->data_len)});
+    // The interrupt transfer takes a report period; a stalled board answers nothing.
+    std::this_thread::sleep_for(std::chrono::microseconds(board_.options().reportPeriodMicros));
+    std::vector<uint8_t> input(board_.options().inputReportLength);
+    bool answered = board_.answer(buffer->data, static_cast<size_t>(buffer->data_len), input.data(),
+                                  input.size());
+    {
+        std::lock_guard<std::mutex> held(lock_);
+        if (answered && input.size() >= 2 && plugged_) {
+            // Without report IDs hidraw hands out the data alone.
+            size_t length = input.size() - 1;
+            if (reportsToCut_ > 0) {
+                --reportsToCut_;
+                length = std::min(length, cutLength_);
+            }
+            inputReports_.emplace_back(input.begin() + 1, input.begin() + 1 + length);
+            ringDoorbell();
+            if (pendingRead_ != nullptr)
+                deliver(std::exchange(pendingRead_, nullptr));
+        }
+    }
+    // Last: once the write returns, the library may close and this board go.
     umockdev_ioctl_client_complete(client, buffer->data_len, 0);
-    held.unlock();
-    wake_.notify_all();
 }
 
 void HidrawBoard::ringDoorbell() {
     uint8_t bell = 'r';
     [[maybe_unused]] ssize_t written = write(controllerFd_, &bell, 1);
-}
-
-void HidrawBoard::takeDoorbell() {
-    uint8_t bell = 0;
-    [[maybe_unused]] ssize_t taken = read(terminalFd_, &bell, 1);
-}
-
-void HidrawBoard::answerLoop() {
-    std::unique_lock<std::mutex> held(lock_);
-    std::vector<uint8_t> input(board_.options().inputReportLength);
-    while (!stopping_) {
-        if (due_.empty()) {
-            wake_.wait(held);
-            continue;
-        }
-        if (wake_.wait_until(held, due_.front().when) != std::cv_status::timeout)
-            continue; // woken early: look again
-        if (due_.empty())
-            continue;
-        Due &next = due_.front();
-        if (!board_.answer(next.outputReport.data(), next.outputReport.size(), input.data(),
-                           input.size())) {
-            next.when += stallRetry;
-            continue;
-        }
-        due_.pop_front();
-        if (input.size() < 2)
-            continue;
-        // Without report IDs hidraw hands out the data alone.
-        size_t length = input.size() - 1;
-        if (reportsToCut_ > 0) {
-            --reportsToCut_;
-            length = std::min(length, cutLength_);
-        }
-        inputReports_.emplace_back(input.begin() + 1, input.begin() + 1 + length);
-        if (pendingRead_ != nullptr) {
-            UMockdevIoctlClient *reader = pendingRead_;
-            pendingRead_ = nullptr;
-            ringDoorbell();
-            deliver(reader);
-        } else {
-            ringDoorbell();
-        }
-    }
 }
 
 } // namespace xdsp::test

@@ -1,7 +1,8 @@
 // Serves an emulated board on a mocked hidraw node as the kernel's hidraw
 // driver would: each read() gives one whole input report without the report-ID
-// byte, each write() takes one output report with the ID 0 in front, and the
-// descriptor ioctls answer from the board's report descriptor.
+// byte, each write() takes one output report with the ID 0 in front and, one
+// report period later, queues the board's answer; the descriptor ioctls answer
+// from the board's report descriptor.
 //
 // umockdev hands read, write and ioctl of the node to this handler, but poll()
 // reaches the pseudo-terminal behind the node; so one byte per queued report
@@ -11,14 +12,11 @@
 
 #include "board.h"
 
-#include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <map>
 #include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
 
 typedef struct _UMockdevTestbed UMockdevTestbed;
@@ -50,22 +48,9 @@ class HidrawBoard {
     // The next count input reports end after dataBytes, as a device that
     // sends fewer bytes than its descriptor declares; hidraw passes them on so.
     void cutInputReports(uint32_t count, size_t dataBytes);
-
-    uint32_t outputReports() const;
     uint32_t shortReads() const; // reads with a buffer shorter than the report
 
   private:
-    struct Due {
-        std::chrono::steady_clock::time_point when;
-        std::vector<uint8_t> outputReport;
-    };
-
-    static int onIoctl(UMockdevIoctlBase *, UMockdevIoctlClient *client, void *self);
-    static int onRead(UMockdevIoctlBase *, UMockdevIoctlClient *client, void *self);
-    static int onWrite(UMockdevIoctlBase *, UMockdevIoctlClient *client, void *self);
-    static void onConnected(UMockdevIoctlBase *, UMockdevIoctlClient *client, void *self);
-    static void onVanished(UMockdevIoctlBase *, UMockdevIoctlClient *client, void *self);
-
     void answerIoctl(UMockdevIoctlClient *client);
     void answerRead(UMockdevIoctlClient *client);
     void answerWrite(UMockdevIoctlClient *client);
@@ -73,8 +58,6 @@ class HidrawBoard {
     void deliver(UMockdevIoctlClient *client);
     bool current(UMockdevIoctlClient *client) const;
     void ringDoorbell();
-    void takeDoorbell();
-    void answerLoop();
 
     emu::Board &board_;
     const UsbIds ids_;
@@ -85,16 +68,11 @@ class HidrawBoard {
     int terminalFd_ = -1;
 
     mutable std::mutex lock_;
-    std::condition_variable wake_;
-    std::thread answerer_;
-    bool stopping_ = false;
     uint32_t generation_ = 1; // bumped by each replug
     bool plugged_ = true;
     std::map<UMockdevIoctlClient *, uint32_t> clients_; // their generation
-    std::deque<Due> due_;
-    std::deque<std::vector<uint8_t>> inputReports_; // without the report-ID byte
-    UMockdevIoctlClient *pendingRead_ = nullptr;    // a read waiting for a report
-    uint32_t outputReports_ = 0;
+    std::deque<std::vector<uint8_t>> inputReports_;     // without the report-ID byte
+    UMockdevIoctlClient *pendingRead_ = nullptr;        // a read waiting for a report
     uint32_t shortReads_ = 0;
     uint32_t reportsToCut_ = 0;
     size_t cutLength_ = 0;
