@@ -124,7 +124,7 @@ TEST_P(EmulatedBootLoader, UploadsTwiceAndTheDatesComeBack) {
     ASSERT_EQ(BootLoader_Send(4, 2, 0x30000, 0x32000, WIDE("coefficients.dat"), first.data(), 700,
                               0, nullptr, 0),
               1);
-    EXPECT_EQ(os::lastError(), 0u);
+    EXPECT_EQ(os::lastError(), XDSP_ERROR_SUCCESS);
     double after = bootloader::oleDateNow();
 
     ASSERT_EQ(BootLoader_Init(2, 2), 1) << "the table as the board now holds it";
@@ -147,7 +147,7 @@ TEST_P(EmulatedBootLoader, UploadsTwiceAndTheDatesComeBack) {
     ASSERT_EQ(BootLoader_Send(4, 2, 0x30000, 0x32000, WIDE("coefficients.dat"), second.data(), 333,
                               0, nullptr, 0),
               1);
-    EXPECT_EQ(os::lastError(), 0x8009700Du);
+    EXPECT_EQ(os::lastError(), XDSP_ERROR_CHECKSUM_MISMATCH);
     std::vector<uint8_t> codes = heardCodes(emulated());
     ASSERT_FALSE(codes.empty());
     EXPECT_EQ(codes.front(), 0x30);
@@ -164,7 +164,8 @@ TEST_P(EmulatedBootLoader, BootFileThenRun) {
     open();
     Bytes image = sample(1000, 1);
     ASSERT_EQ(BootLoader_Send(31415, 0, 0, 0, nullptr, image.data(), 1000, 0, nullptr, 0), 1);
-    EXPECT_EQ(os::lastError(), 0u) << "the boot file's sum leaves out its first 256 bytes";
+    EXPECT_EQ(os::lastError(), XDSP_ERROR_SUCCESS)
+        << "the boot file's sum leaves out its first 256 bytes";
     std::vector<uint8_t> codes = heardCodes(emulated());
     EXPECT_EQ(std::count(codes.begin(), codes.end(), 0x2C), 0) << "no name, no date";
     EXPECT_EQ(std::count(codes.begin(), codes.end(), 0x33), 0) << "no commit";

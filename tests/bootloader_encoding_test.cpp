@@ -208,7 +208,7 @@ TEST(FrontEndHelpers, TypeNamesAndFileDescriptors) {
               0);
     EXPECT_EQ(
         BootLoader_GetFileDesc(14, &type, nullptr, &end, &fai, buffer, 8, &created, &modified), 0);
-    EXPECT_EQ(os::lastError(), 87u);
+    EXPECT_EQ(os::lastError(), XDSP_ERROR_INVALID_PARAMETER);
     EXPECT_EQ(type, 0xEEEE);
     EXPECT_EQ(Text(buffer), WIDE("fir"));
     // Capacity 0 leaves the name alone, even a null one.
@@ -221,9 +221,9 @@ TEST(FrontEndHelpers, IndexesOutOfRangeAreRefused) {
     for (int32_t index : {15, -1, 31414, 300}) {
         os::setLastError(0);
         EXPECT_EQ(BootLoader_Send(index, 0, 0, 4096, WIDE("x"), data, 4, 0, nullptr, 0), 0);
-        EXPECT_EQ(os::lastError(), 87u) << index;
+        EXPECT_EQ(os::lastError(), XDSP_ERROR_INVALID_PARAMETER) << index;
     }
     EXPECT_EQ(BootLoader_Send(0, 0, 0, 4096, WIDE("x"), nullptr, 4, 0, nullptr, 0), 0);
-    EXPECT_EQ(os::lastError(), 87u);
+    EXPECT_EQ(os::lastError(), XDSP_ERROR_INVALID_PARAMETER);
     EXPECT_EQ(XMOSBoot_SendFile(0, nullptr, 10, 25, 80, nullptr, 0), 0);
 }

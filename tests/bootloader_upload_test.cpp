@@ -302,7 +302,7 @@ TEST(BootUpload, NewAllocationAndTypeThenEverythingInOrder) {
     EXPECT_EQ(BootLoader_Send(2, 1, 0x20000, 0x28000, WIDE("app.ldr"), data.data(), 601, 1,
                               recordProgress, context),
               1);
-    EXPECT_EQ(os::lastError(), 0u);
+    EXPECT_EQ(os::lastError(), XDSP_ERROR_SUCCESS);
     EXPECT_EQ(progress, (std::vector<int32_t>{10, 15, 20, 25, 48, 80, 85, 90, 95, 100}));
     EXPECT_EQ(commandCodes(scripted.peer),
               withRecords({0x2D, 0x2A, 0x28, 0x33, 0x2B},
@@ -334,7 +334,7 @@ TEST(BootUpload, UnchangedEntryCloseFailureAndChecksumMismatchGoOn) {
     EXPECT_EQ(BootLoader_Send(0, 3, 16 * 4096, 20 * 4096, WIDE("abcd"), abcd, 4, 1, recordProgress,
                               context),
               1);
-    EXPECT_EQ(os::lastError(), 0x8009700Du);
+    EXPECT_EQ(os::lastError(), XDSP_ERROR_CHECKSUM_MISMATCH);
     // Nothing before the format: the entry already has these sectors and type.
     EXPECT_EQ(commandCodes(scripted.peer),
               (std::vector<uint8_t>{0x30, 0x31, 0x32, 0x32, 0x2C, 0x33, 0x29}));
@@ -354,7 +354,7 @@ TEST(BootUpload, BootFileSkipsTheTableAndItsHeader) {
     progress.clear();
     EXPECT_EQ(
         BootLoader_Send(31415, 0, 0, 0, nullptr, data.data(), 200, 1, recordProgress, context), 1);
-    EXPECT_EQ(os::lastError(), 0u) << "under 256 bytes the library's sum is 0";
+    EXPECT_EQ(os::lastError(), XDSP_ERROR_SUCCESS) << "under 256 bytes the library's sum is 0";
     EXPECT_EQ(commandCodes(scripted.peer), (std::vector<uint8_t>{0x3A, 0x31, 0x32, 0x29, 0x29}));
     std::vector<SpiTransfer> sent = scripted.peer.commandTransfers();
     EXPECT_EQ(sent[0].written, (Bytes{'B', 'O', 'O', 'T', 0x3A, 0x01, 0x7A, 0xB7}));
@@ -382,7 +382,7 @@ TEST(BootUpload, EarlyStopsWithTheirCodes) {
     EXPECT_EQ(BootLoader_Send(5, 0, 16 * 4096, 17 * 4096, WIDE("f"), data.data(), 10, 0,
                               recordProgress, context),
               0);
-    EXPECT_EQ(os::lastError(), 11u);
+    EXPECT_EQ(os::lastError(), XDSP_ERROR_FORMAT_FAILED);
     EXPECT_TRUE(scripted.capture.messageBoxes().empty());
     EXPECT_EQ(BootLoader_Send(5, 0, 16 * 4096, 17 * 4096, WIDE("f"), data.data(), 10, 1,
                               recordProgress, context),
@@ -400,7 +400,7 @@ TEST(BootUpload, EarlyStopsWithTheirCodes) {
     scripted.peer.clear();
     EXPECT_EQ(
         BootLoader_Send(5, 2, 16 * 4096, 17 * 4096, WIDE("f"), data.data(), 10, 0, nullptr, 0), 0);
-    EXPECT_EQ(os::lastError(), 7u);
+    EXPECT_EQ(os::lastError(), XDSP_ERROR_FILE_TABLE_LOST);
     EXPECT_EQ(boxTexts(scripted.capture), (std::vector<Text>{WIDE("FAI Error")}));
     EXPECT_EQ(commandCodes(scripted.peer), (std::vector<uint8_t>{0x28, 0x33, 0x2B, 0x2B}));
 }
