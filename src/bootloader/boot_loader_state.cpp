@@ -2,12 +2,11 @@
 
 namespace xdsp::bootloader {
 
-namespace {
-BootLoaderState processState{link::processLink()};
-} // namespace
-
+// Made on first use, so that no other object's initialisation can reach it
+// before it is made.
 BootLoaderState &processBootLoader() {
-    return processState;
+    static BootLoaderState state{link::processLink()};
+    return state;
 }
 
 } // namespace xdsp::bootloader
