@@ -16,6 +16,7 @@
 // The emulator runs in a process of its own, so that this process's CPU time
 // and memory are the library's.
 #include "emulator_process.h"
+#include "soak_resources.h"
 #include "xdsp/xdsp.h"
 
 #include <atomic>
@@ -23,7 +24,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -57,15 +57,6 @@ void countSteps(const xdsp_char16 *text, void *) {
 }
 
 int32_t XDSP_API ignoreProgress(int32_t, uint32_t) {
-    return 0;
-}
-
-long residentKiB() {
-    std::ifstream status("/proc/self/status");
-    std::string line;
-    while (std::getline(status, line))
-        if (line.rfind("VmRSS:", 0) == 0)
-            return std::atol(line.c_str() + 6);
     return 0;
 }
 
@@ -123,7 +114,7 @@ int main(int argc, char **argv) {
             for (int i = 1; i <= repeats; ++i) {
                 uploadOnce(data, periodSeconds);
                 if (i == 1 || i == 2 || i % 10 == 0 || i == repeats) {
-                    std::printf(" %d: %ld KiB%s", i, residentKiB(), i == repeats ? "" : ",");
+                    std::printf(" %d: %ld KiB%s", i, countResources().residentKiB, i == repeats ? "" : ",");
                     std::fflush(stdout);
                 }
             }
