@@ -114,7 +114,8 @@ int main(int argc, char **argv) {
             for (int i = 1; i <= repeats; ++i) {
                 uploadOnce(data, periodSeconds);
                 if (i == 1 || i == 2 || i % 10 == 0 || i == repeats) {
-                    std::printf(" %d: %ld KiB%s", i, countResources().residentKiB, i == repeats ? "" : ",");
+                    std::printf(" %d: %ld KiB%s", i, countResources().residentKiB,
+                                i == repeats ? "" : ",");
                     std::fflush(stdout);
                 }
             }
