@@ -9,9 +9,9 @@ namespace {
 using xdsp::emu::BootLoader;
 
 constexpr std::array<const char *, faultKinds> names = {
-    "cable pulled",    "reports stalled",      "length corrupted",
-    "busy bits stuck", "boot busy line stuck", "replies garbled",
-    "command unacked", "reports corrupted",    "sequence repeated",
+    "cable pulled",         "reports stalled", "length corrupted", "busy bits stuck",
+    "boot busy line stuck", "replies garbled", "command unacked",  "reports corrupted",
+    "sequence repeated",    "answers late",
 };
 
 // Where in an upload a fault may strike: before it, then the progress reports
@@ -39,6 +39,7 @@ bool FaultPlan::timed() const {
     case FaultKind::reportsStalled:
     case FaultKind::busyBitsStuck:
     case FaultKind::bootLoaderBusyStuck:
+    case FaultKind::answersLate:
         return true;
     default:
         return false;
@@ -54,7 +55,10 @@ uint32_t FaultPlan::transfersSpoiled() const {
 std::string FaultPlan::describe() const {
     char text[160];
     const char *where = armAtPercent == 0 ? "before the upload" : "at progress";
-    if (timed())
+    if (kind == FaultKind::answersLate)
+        std::snprintf(text, sizeof text, "%s (%u reports) for %u ms, %s %d", faultName(kind), count,
+                      durationMs, where, armAtPercent);
+    else if (timed())
         std::snprintf(text, sizeof text, "%s for %u ms, %s %d", faultName(kind), durationMs, where,
                       armAtPercent);
     else if (kind == FaultKind::reportsCorrupted)
@@ -82,7 +86,7 @@ FaultPlan FaultDeck::draw(std::mt19937_64 &random) {
     if (plan.timed())
         plan.durationMs =
             std::uniform_int_distribution<uint32_t>(shortestFaultMs, longestFaultMs)(random);
-    else
+    if (!plan.timed() || plan.kind == FaultKind::answersLate)
         plan.count = std::uniform_int_distribution<uint32_t>(1, mostSpoiled)(random);
     if (plan.kind == FaultKind::reportsCorrupted)
         plan.code = static_cast<uint8_t>(std::uniform_int_distribution<unsigned>(0, 1)(random));
@@ -184,6 +188,10 @@ void FaultInjector::apply(const FaultPlan &plan, bool on) {
         break;
     case FaultKind::sequenceRepeated:
         board_.repeatSequence(count);
+        break;
+    case FaultKind::answersLate:
+        board_.answerWriteOnly(on);
+        board_.delayAnswers(count);
         break;
     case FaultKind::count:
         break;

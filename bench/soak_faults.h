@@ -26,6 +26,7 @@ enum class FaultKind : unsigned {
     commandUnacknowledged, // boot-loader commands misheard: not carried out, wrong echo
     reportsCorrupted,      // input reports with a wrong magic or checksum
     sequenceRepeated,      // responses that reuse the previous sequence byte
+    answersLate,           // answers reports late, write-only transfers answered too, for a while
     count
 };
 inline constexpr size_t faultKinds = static_cast<size_t>(FaultKind::count);
@@ -36,7 +37,8 @@ struct FaultPlan {
     FaultKind kind = FaultKind::cablePulled;
     int armAtPercent = 0;    // the upload's first progress report at or past this; 0: before it
     uint32_t durationMs = 0; // timed faults: how long they stay on
-    uint32_t count = 0;      // counted faults: how many reports, answers or replies they spoil
+    uint32_t count = 0;      // counted faults: how many reports, answers or replies they spoil;
+                             // late answers: how many reports late
     uint8_t code = 0;        // boot-loader faults: the command code they hit; 0: any
     bool timed() const;
     // The most transfers the fault can cost their full time-outs.

@@ -129,6 +129,16 @@ void Board::repeatSequence(uint32_t responses) {
     firmware_.faults().repeatSequenceResponses = responses;
 }
 
+void Board::delayAnswers(uint32_t reports) {
+    Locked locked(lock_);
+    firmware_.faults().lateAnswerReports = reports;
+}
+
+void Board::answerWriteOnly(bool on) {
+    Locked locked(lock_);
+    firmware_.answerWriteOnly(on);
+}
+
 void Board::injectResponse(uint16_t code, std::vector<uint8_t> payload, bool payloadBit) {
     Locked locked(lock_);
     firmware_.injectResponse(code, std::move(payload), payloadBit);

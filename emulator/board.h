@@ -59,6 +59,10 @@ class Board {
     void stallReports(bool on); // no input reports at all while on
     // The next N counted answers (flash, SPI, TEDS) carry a count one past its limit.
     void corruptLength(uint32_t responses);
+    // Every answer from now on goes out this many reports late; 0: on time.
+    void delayAnswers(uint32_t reports);
+    // SPI transfers without a read phase are answered too (the board option's knob).
+    void answerWriteOnly(bool on);
     // The firmware's faults as they stand: counters show what is left to spoil.
     FirmwareFaults faults() const;
     // The device on the SPI bus, owned by the caller; null: the built-in loopback.

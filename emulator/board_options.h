@@ -19,6 +19,11 @@ struct BoardOptions {
     uint32_t outputReportLength = 512;  // 0: no output report
     uint32_t reportPeriodMicros = 1000; // input report this long after each output report
     uint32_t commandBusyMillis = 0;     // busy bits stay set this long after a new command
+    // Every SPI transfer is answered, one without a read phase with a count of
+    // 0 and one report later than a read, as some boards' firmware does.
+    bool answersWriteOnly = false;
+    // Fault from the start: every answer goes out this many reports late.
+    uint32_t lateAnswerReports = 0;
     std::string productName = "XDSP Virtual Board";
     uint16_t gpioInputs = 0;
     uint16_t adcReadings[4] = {0x0100, 0x0200, 0x0300, 0x0400}; // 14-bit values

@@ -46,8 +46,10 @@ const Firmware::CommandEntry Firmware::commandTable[] = {
 
 Firmware::Firmware(const BoardOptions &options)
     : productName_(options.productName), commandBusy_(options.commandBusyMillis),
-      inputLength_(options.inputReportLength), gpioInputs_(options.gpioInputs) {
+      inputLength_(options.inputReportLength), answersWriteOnly_(options.answersWriteOnly),
+      gpioInputs_(options.gpioInputs) {
     std::copy(std::begin(options.adcReadings), std::end(options.adcReadings), adcReadings_);
+    faults_.lateAnswerReports = options.lateAnswerReports;
 }
 
 void Firmware::hostAttached() {
@@ -100,6 +102,7 @@ void Firmware::start(const Command &command) {
 
 void Firmware::respond(uint16_t code, const uint8_t *payload, size_t size) {
     pending_ = Response{code, std::vector<uint8_t>(payload, payload + size), true};
+    pendingDelay_ = faults_.lateAnswerReports;
 }
 
 void Firmware::respondCounted(uint16_t code, size_t countOffset, size_t dataOffset,
@@ -116,6 +119,7 @@ void Firmware::respondCounted(uint16_t code, size_t countOffset, size_t dataOffs
     report::writeWord(payload.data(), payload.size(), countOffset - payloadStart, countField);
     report::writeBytes(payload.data(), payload.size(), dataOffset - payloadStart, data, delivered);
     pending_ = Response{code, std::move(payload), true};
+    pendingDelay_ = faults_.lateAnswerReports;
 }
 
 void Firmware::sendProductName(const Command &) {
@@ -192,6 +196,8 @@ void Firmware::composeInputReport(uint8_t *inputReport, size_t length, Clock::ti
     bool injected = injected_.has_value();
     if (injected)
         response.swap(injected_);
+    else if (pending_ && !busy && pendingDelay_ > 0)
+        --pendingDelay_;
     else if (pending_ && !busy)
         response.swap(pending_);
 

@@ -42,6 +42,9 @@ struct FirmwareFaults {
     uint32_t corruptChecksumReports = 0;  // reports sent with a wrong checksum
     uint32_t repeatSequenceResponses = 0; // responses that reuse the last sequence byte
     uint32_t corruptLengthResponses = 0;  // counted answers whose count is one past its limit
+    // Each answer goes out this many reports after it could have; a new
+    // command still replaces one not yet delivered.
+    uint32_t lateAnswerReports = 0;
 };
 
 // A new command as the firmware's handlers see it.
@@ -71,6 +74,7 @@ class Firmware {
     FirmwareFaults &faults() { return faults_; }
     const FirmwareFaults &faults() const { return faults_; }
     void setGpioInputs(uint16_t value) { gpioInputs_ = value; }
+    void answerWriteOnly(bool on) { answersWriteOnly_ = on; }
     void setAdcReading(unsigned channel, uint16_t value);
     // The next report carries this response, ahead of any the firmware has pending.
     void injectResponse(uint16_t code, std::vector<uint8_t> payload, bool payloadBit);
@@ -138,6 +142,7 @@ class Firmware {
     std::string productName_;
     std::chrono::milliseconds commandBusy_;
     size_t inputLength_;
+    bool answersWriteOnly_;
     uint16_t gpioInputs_;
     uint16_t adcReadings_[4];
     uint16_t gpioOutputs_ = 0;
@@ -160,6 +165,7 @@ class Firmware {
     bool commandFailed_ = false; // the last command failed: reports carry the error bit
     Clock::time_point busyUntil_{};
     std::optional<Response> pending_;
+    uint32_t pendingDelay_ = 0; // reports the pending answer still waits
     std::optional<Response> injected_;
     std::vector<uint8_t> heldTransfer_; // the output report of a held SPI transfer, if any
 

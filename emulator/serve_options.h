@@ -44,6 +44,12 @@ inline void addServeOptions(CLI::App &app, ServeSettings &settings) {
     app.add_option("--busy-ms", options.commandBusyMillis,
                    "How long the busy bits stay set after each new command")
         ->capture_default_str();
+    app.add_flag("--answer-write-only", options.answersWriteOnly,
+                 "Answer SPI transfers without a read phase too, with a count of 0, as some "
+                 "boards do");
+    app.add_option("--late-answers", options.lateAnswerReports,
+                   "Fault: every answer goes out this many reports late")
+        ->capture_default_str();
     app.add_option("--product", options.productName, "Product name the board reports")
         ->capture_default_str();
     app.add_option("--gpio", settings.gpioText, "GPIO input word, in hex");

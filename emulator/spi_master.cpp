@@ -9,7 +9,8 @@
 //
 // A transfer that reads is answered with its own code: the delivered count at
 // input offset 24 and the bytes from 28, as many as were asked for, clocked in
-// and fit the input report (485 at most).
+// and fit the input report (485 at most). A board that answers write-only
+// transfers too sends them a count of 0, one report later than a read's.
 #include "spi_master.h"
 
 #include "firmware.h"
@@ -105,9 +106,11 @@ void Firmware::spiTransfer(const Command &command) {
     std::vector<uint8_t> read(readLength);
     clockTransfer(settingsOf(command), reportBytes(command, writeData, writeLength), read.data(),
                   read.size(), command.now);
-    if (readLength != 0)
+    if (readLength != 0 || answersWriteOnly_)
         respondCounted(report::command::spiTransfer, answerCount, answerData, read.data(),
                        read.size(), largestAnswer);
+    if (readLength == 0 && answersWriteOnly_)
+        ++pendingDelay_;
 }
 
 void Firmware::spiBatch(const Command &command) {
@@ -132,9 +135,11 @@ void Firmware::spiBatch(const Command &command) {
         clockTransfer(settings, std::move(written), clockedIn.data() + readSoFar, chunk,
                       command.now);
     }
-    if (readLength != 0)
+    if (readLength != 0 || answersWriteOnly_)
         respondCounted(report::command::spiBatch, answerCount, answerData, clockedIn.data(),
                        std::min<size_t>(readLength, clockedIn.size()), largestAnswer);
+    if (readLength == 0 && answersWriteOnly_)
+        ++pendingDelay_;
 }
 
 } // namespace xdsp::emu

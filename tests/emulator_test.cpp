@@ -136,3 +136,55 @@ TEST_F(EmulatorServer, RefusesPathsItCannotServe) {
 }
 
 } // namespace
+
+namespace {
+// One SPI transfer command as the host stages it: readLength at 23, the write
+// length at 25 and the data from 27.
+Report spiCommand(uint8_t sequence, uint16_t readLength, const Report &data) {
+    Report output(512, 0);
+    link::writeWord(output.data(), 23, readLength);
+    link::writeWord(output.data(), 25, static_cast<uint16_t>(data.size()));
+    std::copy(data.begin(), data.end(), output.begin() + 27);
+    link::buildOutputHeader(output.data(), link::command::spiTransfer, 0, sequence);
+    return output;
+}
+
+// The response codes of the input reports that answer these output reports, in turn.
+std::vector<uint16_t> answerCodes(Board &board, const std::vector<Report> &outputs) {
+    std::vector<uint16_t> codes;
+    for (const Report &output : outputs) {
+        Report input(512, 0);
+        board.answer(output.data(), output.size(), input.data(), input.size());
+        codes.push_back(responseCode(input));
+        if (codes.back() != 0) {
+            EXPECT_EQ(link::readWord(input.data(), 24), output[23])
+                << "the count of what the command read";
+        }
+    }
+    return codes;
+}
+} // namespace
+
+TEST(EmulatedAnswers, WriteOnlyAnsweredOneReportLaterAndLateAnswersReplaced) {
+    BoardOptions options;
+    options.answersWriteOnly = true;
+    Board board(options);
+    Report write = spiCommand(1, 0, {1, 2, 3});
+    Report read = spiCommand(2, 3, {});
+    EXPECT_EQ(answerCodes(board, {write, write, write, read, read}),
+              (std::vector<uint16_t>{0, 0xF030, 0, 0xF030, 0}))
+        << "the write's count-0 answer one report late, the read's at once";
+
+    board.delayAnswers(2);
+    Report again = spiCommand(3, 3, {});
+    EXPECT_EQ(answerCodes(board, {again, again, again, again}),
+              (std::vector<uint16_t>{0, 0, 0xF030, 0}));
+    Report replaced = spiCommand(4, 3, {});
+    Report newer = spiCommand(5, 0, {});
+    EXPECT_EQ(answerCodes(board, {replaced, newer, newer, newer, newer, newer}),
+              (std::vector<uint16_t>{0, 0, 0, 0, 0xF030, 0}))
+        << "the newer command's answer alone, three reports late";
+    board.answerWriteOnly(false);
+    Report quiet = spiCommand(6, 0, {});
+    EXPECT_EQ(answerCodes(board, {quiet, quiet, quiet, quiet}), (std::vector<uint16_t>(4, 0)));
+}

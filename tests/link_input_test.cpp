@@ -20,15 +20,23 @@ namespace {
 Link board;
 SharedState &shared = board.shared;
 
-// A poll thread's run as acceptance sees it, without a device.
+// A poll thread's run as acceptance sees it, without a device: the command
+// on the wire is the one staged last, unless a test stages a newer one.
 class AcceptanceRun {
   public:
     AcceptanceRun() {
         run_.link = &board;
         run_.responseEvent = os::eventCreate();
+        run_.lock = os::lockCreate();
+        run_.writeBuffer = wire_;
+        run_.stagingReport = staged_;
         run_.lastSequence = 0xFF;
     }
-    ~AcceptanceRun() { os::eventClose(run_.responseEvent); }
+    ~AcceptanceRun() {
+        os::eventClose(run_.responseEvent);
+        os::lockDelete(run_.lock);
+    }
+    void stageNewerCommand() { staged_[output::sequence] = 1; }
     // Accepts the report; true when it set the response event.
     bool accept(std::vector<uint8_t> &report) {
         os::eventReset(run_.responseEvent);
@@ -38,6 +46,8 @@ class AcceptanceRun {
     uint8_t lastSequence() const { return run_.lastSequence; }
 
   private:
+    uint8_t wire_[output::payload] = {};
+    uint8_t staged_[output::payload] = {};
     PollRun run_;
 };
 
@@ -193,4 +203,29 @@ TEST(ResponseDispatch, FixedSizeRecordsAndTheProductNameLine) {
 
     auto unknown = inputReport(0xF0AA, sequence++);
     EXPECT_FALSE(run.accept(unknown)) << "an unknown code sets no event";
+}
+
+// A board may answer a command after the next one is staged: the answer wakes
+// nobody, and counted answers stay out of the stores the newer command cleared.
+TEST(ResponseDispatch, AnswersToAReplacedCommandWakeNobody) {
+    Capture capture;
+    AcceptanceRun run;
+    run.stageNewerCommand();
+    auto transfer = inputReport(0xF030, 0x10);
+    writeWord(transfer.data(), 24, 4);
+    std::memset(transfer.data() + 28, 0x5A, 4);
+    std::memset(shared.responseBuffer, 0, 4);
+    EXPECT_FALSE(run.accept(transfer));
+    EXPECT_EQ(stored(shared.responseBuffer, 4), std::vector<uint8_t>(4, 0));
+
+    auto corrupted = inputReport(0xF330, 0x11);
+    writeWord(corrupted.data(), 16, 486);
+    EXPECT_FALSE(run.accept(corrupted));
+
+    auto name = inputReport(0xF000, 0x12);
+    std::memcpy(name.data() + input::payload + 16, "Late\0", 5);
+    EXPECT_FALSE(run.accept(name));
+    EXPECT_EQ(capture.pieces(), (Lines{WIDE("TEDS: Corrupted Data Length (0x01E6)\n"),
+                                       WIDE("HID: ProductName: "), WIDE("Late"), WIDE("\n")}))
+        << "whole records are still stored, with their line";
 }

@@ -90,3 +90,15 @@ def test_names_cross_as_utf16_and_the_board_keeps_latin1(xdsp_emulator):
         board.bootloader.identify()
         # One "?" for each UTF-16 unit outside Latin-1: two for the surrogate pair.
         assert board.bootloader.file(5).name == "caf\u00e9 ? ??"
+
+
+@pytest.mark.xdsp_emulator("--answer-write-only", "--late-answers", "2",
+                           "--report-period-us", "500")
+def test_a_board_that_answers_late_and_unasked(xdsp_emulator):
+    data = bytes(range(7, 250)) * 5
+    with xdsp.open(xdsp_emulator) as board:
+        identity = board.bootloader.identify()
+        assert (identity.version, identity.dsp) == ("2.61", "21 46 90 01")
+        board.bootloader.upload(data, 2, name="late")
+        assert board.bootloader.checksum(2) == xdsp.compute_checksum(data)
+        assert [entry.name for entry in board.bootloader.files()] == ["late"]

@@ -8,7 +8,6 @@ namespace xdsp::commands {
 
 namespace {
 constexpr uint32_t busyPollMs = 1;
-constexpr uint8_t zeros[responseBufferSize] = {};
 static_assert(sizeof(link::SharedState::responseBuffer) == responseBufferSize);
 static_assert(sizeof(link::SharedState::tedsBuffer) == responseBufferSize);
 
@@ -38,17 +37,16 @@ void waitWhileBusy(link::Link &link, const CommandDescription &command) {
     debugWrite(timedOut ? WIDE("Done.  (timeout)\n") : WIDE("Done.\n"));
 }
 
-void clearStore(link::Link &link, ClearedStore store) {
+link::StoreToClear storeCleared(link::Link &link, ClearedStore store) {
     switch (store) {
     case ClearedStore::none:
-        return;
+        break;
     case ClearedStore::responseBuffer:
-        link::storeBytes(link.shared.responseBuffer, zeros, sizeof zeros);
-        return;
+        return {link.shared.responseBuffer, sizeof link.shared.responseBuffer};
     case ClearedStore::tedsBuffer:
-        link::storeBytes(link.shared.tedsBuffer, zeros, sizeof zeros);
-        return;
+        return {link.shared.tedsBuffer, sizeof link.shared.tedsBuffer};
     }
+    return {};
 }
 
 // The error bit after the command: "Command Error...", the message box
@@ -82,8 +80,7 @@ void beginCommand(link::Link &link, const CommandDescription &command, uint32_t 
 }
 
 CommandOutcome completeCommand(link::Link &link, const CommandDescription &command) {
-    clearStore(link, command.clears);
-    link::sendCommand(link, command.code);
+    link::sendCommand(link, command.code, storeCleared(link, command.clears));
     if (command.awaitsNextReport)
         link::waitForReport(link, link::reportTimeoutMs);
     if (command.sentLine != nullptr)

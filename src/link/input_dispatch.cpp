@@ -25,18 +25,23 @@ void storeProductName(SharedState &shared, const uint8_t *report) {
 }
 
 // Copies a length-prefixed response; a length past the limit stores nothing.
-void storeCounted(const uint8_t *report, size_t lengthOffset, size_t dataOffset, uint16_t limit,
-                  uint8_t *store, const Char16 *corruptedLine) {
+// An answer to a command that a newer one has replaced is not stored either:
+// the newer command cleared this store for its own answer.
+void storeCounted(PollRun *run, const uint8_t *report, size_t lengthOffset, size_t dataOffset,
+                  uint16_t limit, uint8_t *store, const Char16 *corruptedLine) {
     uint16_t length = readWord(report, lengthOffset);
     if (length > limit) {
         debugFormat(corruptedLine, static_cast<unsigned>(length));
         return;
     }
-    storeBytes(store, report + dataOffset, length);
+    os::LockHold hold(run->lock);
+    if (answersStagedCommand(run, run->writeBuffer[output::sequence]))
+        storeBytes(store, report + dataOffset, length);
 }
 
-// True when the code filled a store (the response event is then set).
-bool dispatch(SharedState &shared, const uint8_t *report, uint16_t code) {
+// True when the code filled a store (the response event is then due).
+bool dispatch(PollRun *run, const uint8_t *report, uint16_t code) {
+    SharedState &shared = run->link->shared;
     switch (code) {
     case response::productName:
         storeProductName(shared, report);
@@ -45,12 +50,12 @@ bool dispatch(SharedState &shared, const uint8_t *report, uint16_t code) {
         storeBytes(shared.layoutRecord, report + input::payload, sizeof shared.layoutRecord);
         return true;
     case response::flashRead:
-        storeCounted(report, 276, 20, flashReadLimit, shared.responseBuffer,
+        storeCounted(run, report, 276, 20, flashReadLimit, shared.responseBuffer,
                      WIDE("HID: Corrupted Data Length (0x%04X)\n"));
         return true;
     case response::spiTransfer:
     case response::spiBatch:
-        storeCounted(report, 24, 28, transferLimit, shared.responseBuffer,
+        storeCounted(run, report, 24, 28, transferLimit, shared.responseBuffer,
                      WIDE("HID: Corrupted Data Length (0x%04X)\n"));
         return true;
     case response::pellix:
@@ -65,13 +70,24 @@ bool dispatch(SharedState &shared, const uint8_t *report, uint16_t code) {
         return true;
     case response::teds:
         storeCounted(
-            report, 16, 20, transferLimit, shared.tedsBuffer,
+            run, report, 16, 20, transferLimit, shared.tedsBuffer,
             // compat: the response event is still set, so the caller wakes and reads zeros.
             WIDE("TEDS: Corrupted Data Length (0x%04X)\n"));
         return true;
     default:
         return false;
     }
+}
+
+// A board may answer a command late, or answer one that expects nothing. The
+// answer is the command's that was on the wire when its report was read; it
+// wakes a waiting caller only while that command is still the last one
+// staged, which is decided in the same hold of the link lock in which a new
+// command resets the response event.
+void signalAnswer(PollRun *run) {
+    os::LockHold hold(run->lock);
+    if (answersStagedCommand(run, run->writeBuffer[output::sequence]))
+        os::eventSet(run->responseEvent);
 }
 } // namespace
 
@@ -92,8 +108,8 @@ void acceptInputReport(PollRun *run, uint8_t *report) {
         return;
     run->lastSequence = sequence;
 
-    if ((report[input::status] & status::payload) != 0 && dispatch(shared, report, code))
-        os::eventSet(run->responseEvent);
+    if ((report[input::status] & status::payload) != 0 && dispatch(run, report, code))
+        signalAnswer(run);
     std::memset(report + input::payload, 0, input::payloadEnd - input::payload);
 }
 

@@ -20,9 +20,10 @@ void releaseRun(PollRun *run) {
     delete run;
 }
 
-void sendCommandOn(PollRun *run, uint8_t *staging, uint16_t commandCode) {
+void sendCommandOn(PollRun *run, uint8_t *staging, uint16_t commandCode, StoreToClear clearFirst) {
     {
         os::LockHold hold(run->lock);
+        clearBytes(clearFirst);
         os::eventReset(run->responseEvent);
         os::eventReset(run->reportEvent);
         os::eventReset(run->commandEvent);
@@ -31,6 +32,10 @@ void sendCommandOn(PollRun *run, uint8_t *staging, uint16_t commandCode) {
                           shared.sequenceCounter.fetch_add(1));
     }
     os::eventSet(run->commandEvent);
+}
+
+bool answersStagedCommand(const PollRun *run, uint8_t wireSequence) {
+    return run->stagingReport != nullptr && run->stagingReport[output::sequence] == wireSequence;
 }
 
 } // namespace xdsp::link

@@ -40,8 +40,15 @@ struct PollRun {
 
 void releaseRun(PollRun *run);
 
-// Stages the header of a command on this run's staging report.
-void sendCommandOn(PollRun *run, uint8_t *staging, uint16_t commandCode);
+// Stages the header of a command on this run's staging report. A store given
+// is cleared in the same hold of the link lock, so that no answer to an earlier
+// command can land in it between the clearing and the staging.
+void sendCommandOn(PollRun *run, uint8_t *staging, uint16_t commandCode,
+                   StoreToClear clearFirst = {});
+
+// True when an answer read after the write of the command with this sequence
+// byte is that command's: no newer command has been staged since.
+bool answersStagedCommand(const PollRun *run, uint8_t wireSequence) XDSP_REQUIRES(run->lock);
 
 // Closes the current link as DestroyHIDUSBPacket does; false when none is open.
 bool closeLink(Link &link);

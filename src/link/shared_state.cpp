@@ -13,4 +13,9 @@ void loadBytes(uint8_t *destination, const uint8_t *store, size_t count) {
                              .load(std::memory_order_relaxed);
 }
 
+void clearBytes(StoreToClear store) {
+    for (size_t i = 0; i < store.count; ++i)
+        std::atomic_ref<uint8_t>(store.bytes[i]).store(0, std::memory_order_relaxed);
+}
+
 } // namespace xdsp::link

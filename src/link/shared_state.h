@@ -32,4 +32,11 @@ struct SharedState {
 void storeBytes(uint8_t *store, const uint8_t *source, size_t count);
 void loadBytes(uint8_t *destination, const uint8_t *store, size_t count);
 
+// A response store that a command clears before it goes out; none by default.
+struct StoreToClear {
+    uint8_t *bytes = nullptr;
+    size_t count = 0;
+};
+void clearBytes(StoreToClear store);
+
 } // namespace xdsp::link

@@ -34,12 +34,14 @@ StagingAccess::~StagingAccess() XDSP_NO_THREAD_SAFETY_ANALYSIS {
         os::lockLeave(lock_);
 }
 
-void sendCommand(Link &link, uint16_t commandCode) {
+void sendCommand(Link &link, uint16_t commandCode, StoreToClear clearFirst) {
     uint8_t *staging = link.publishedStaging.load();
     PollRun *run = link.currentRun.load();
-    if (staging == nullptr || run == nullptr)
+    if (staging == nullptr || run == nullptr) {
+        clearBytes(clearFirst);
         return;
-    sendCommandOn(run, staging, commandCode);
+    }
+    sendCommandOn(run, staging, commandCode, clearFirst);
 }
 
 bool linkRunning(const Link &link) {

@@ -39,8 +39,9 @@ class XDSP_SCOPED_CAPABILITY StagingAccess {
 };
 
 // Completes the staged report's header with this command code and hands it to
-// the poll thread; does nothing when no poll thread runs.
-void sendCommand(Link &link, uint16_t commandCode);
+// the poll thread; does nothing when no poll thread runs. A store given is
+// cleared first, under the same hold of the link lock.
+void sendCommand(Link &link, uint16_t commandCode, StoreToClear clearFirst = {});
 
 // True while a poll thread runs (its staging report is present).
 bool linkRunning(const Link &link);
