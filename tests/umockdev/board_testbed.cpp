@@ -13,6 +13,10 @@ namespace xdsp::test {
 namespace {
 constexpr char boardNode[] = "/dev/hidraw0";
 constexpr char boardClassLink[] = "sys/class/hidraw/hidraw0";
+constexpr char boardSysPath[] =
+    "/sys/devices/pci0000:00/0000:00:14.0/usb1/1-2/1-2:1.1/0003:20B1:0101.0001/hidraw/hidraw0";
+constexpr char secondBoardNode[] = "/dev/hidraw3";
+constexpr char mouseSysPath[] = "/sys/devices/pci0000:00/0000:00:14.0/usb1/1-3";
 
 std::string linkTarget(const std::string &path) {
     char target[PATH_MAX];
@@ -44,8 +48,9 @@ BoardTestbed::BoardTestbed(emu::BoardOptions options)
 }
 
 BoardTestbed::~BoardTestbed() {
-    // The node's handler goes first: the testbed ends its clients' connections.
+    // The nodes' handlers go first: the testbed ends their clients' connections.
     node_.reset();
+    secondNode_.reset();
     g_object_unref(testbed_);
 }
 
@@ -53,8 +58,20 @@ std::string BoardTestbed::rootPath(const std::string &inside) const {
     return root_ + "/" + inside;
 }
 
+bool BoardTestbed::serveSecondBoard(emu::BoardOptions options) {
+    secondBoard_ = std::make_unique<emu::Board>(std::move(options));
+    secondNode_ = std::make_unique<HidrawBoard>(*secondBoard_, secondBoardIds);
+    return secondNode_->attach(testbed_, secondBoardNode, &error_);
+}
+
+void BoardTestbed::removeMouse() {
+    umockdev_testbed_remove_device(testbed_, mouseSysPath);
+}
+
 void BoardTestbed::unplug() {
     node_->unplug();
+    // Sent while the class link stands: the event is made from the device's entries.
+    umockdev_testbed_uevent(testbed_, boardSysPath, "remove");
     unlink(rootPath("dev/hidraw0").c_str());
     unlink(rootPath(boardClassLink).c_str());
 }
@@ -64,6 +81,7 @@ void BoardTestbed::replug() {
     [[maybe_unused]] int madeClass =
         symlink(classTarget_.c_str(), rootPath(boardClassLink).c_str());
     [[maybe_unused]] int madeNode = symlink(nodeTarget_.c_str(), rootPath("dev/hidraw0").c_str());
+    umockdev_testbed_uevent(testbed_, boardSysPath, "add");
 }
 
 bool BoardTestbed::setNodeMode(mode_t mode) {

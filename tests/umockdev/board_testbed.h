@@ -2,7 +2,8 @@
 // a USB device with a CDC ACM serial port (ttyACM0) on interface 0 and the HID
 // interface (hidraw0) on interface 1, served by the emulator's firmware model;
 // beside it a mouse on hidraw2 (hidraw1 is absent) and a second board of the
-// same vendor, without a serial port, on hidraw3 (boards.umockdev).
+// same vendor, without a serial port, on hidraw3 (boards.umockdev). Plugging
+// and unplugging also sends the uevents, for hosts that watch them.
 #pragma once
 
 #include "board.h"
@@ -31,6 +32,14 @@ class BoardTestbed {
     const std::string &error() const { return error_; }
     emu::Board &board() { return *board_; }
     HidrawBoard &node() { return *node_; }
+    // The testbed's root directory, what UMOCKDEV_DIR names for its clients.
+    const std::string &root() const { return root_; }
+
+    // Serves the second board's node as well; false (with error()) when it cannot.
+    bool serveSecondBoard(emu::BoardOptions options);
+    // Takes the mouse and its node away: a host that sets up every node it
+    // finds must not meet one that nobody serves.
+    void removeMouse();
 
     // Pulls the board's cable: its node and sysfs entry go, open files fail.
     void unplug();
@@ -48,6 +57,8 @@ class BoardTestbed {
     std::string classTarget_; // what /sys/class/hidraw/hidraw0 links to
     std::unique_ptr<emu::Board> board_;
     std::unique_ptr<HidrawBoard> node_;
+    std::unique_ptr<emu::Board> secondBoard_;
+    std::unique_ptr<HidrawBoard> secondNode_;
     std::string error_;
 };
 
