@@ -3,6 +3,7 @@
 // give the same date again once written out in its own form.
 #include "bootloader/ole_date.h"
 #include "fuzz_support.h"
+#include "os/os.h"
 
 #include <cmath>
 #include <vector>
@@ -14,8 +15,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     double date = parseDateText(text.data(), text.size());
     FUZZ_REQUIRE(std::isfinite(date));
     // Fields that roll past 9999 or before 0100 give dates no text can hold.
-    CalendarTime time{};
-    if (date == 0.0 || !calendarFromOleDate(date, &time))
+    xdsp::os::DateFields time{};
+    if (date == 0.0 || !xdsp::os::fieldsFromOleDate(date, &time))
         return 0;
     char written[dateTextChars];
     formatDateText(date, written);

@@ -6,6 +6,7 @@
 #include "bootloader/file_table.h"
 #include "bootloader/ole_date.h"
 #include "fuzz_support.h"
+#include "os/os.h"
 
 #include <cmath>
 #include <cstring>
@@ -13,8 +14,8 @@
 
 namespace {
 bool survives(double date, double again) {
-    xdsp::bootloader::CalendarTime time{};
-    if (!xdsp::bootloader::calendarFromOleDate(date, &time))
+    xdsp::os::DateFields time{};
+    if (!xdsp::os::fieldsFromOleDate(date, &time))
         return again == 36494.0; // "0000-00-00 00:00:00" reads as 1999-11-30
     return std::fabs(again - date) < 0.5 / 86400;
 }

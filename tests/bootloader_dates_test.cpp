@@ -2,6 +2,7 @@
 // edges, rounding, the date texts and round trips.
 #include "bootloader/ole_date.h"
 #include "os/os.h"
+#include "os/portable_ole_date.h"
 
 #include <gtest/gtest.h>
 
@@ -11,14 +12,15 @@
 #include <string>
 
 using namespace xdsp::bootloader;
+using xdsp::os::DateFields;
+namespace portable = xdsp::os::portable;
 
 namespace {
 // Adding the time's parts one by one and dividing the day's seconds differ
 // in the last bit; dates compare to well below a second.
 constexpr double tolerance = 1e-9;
 
-SystemTimeFields fieldsOf(int year, int month, int day, int hour = 0, int minute = 0,
-                          int second = 0) {
+DateFields fieldsOf(int year, int month, int day, int hour = 0, int minute = 0, int second = 0) {
     return {static_cast<uint16_t>(year),   static_cast<uint16_t>(month),
             static_cast<uint16_t>(day),    static_cast<uint16_t>(hour),
             static_cast<uint16_t>(minute), static_cast<uint16_t>(second)};
@@ -26,7 +28,8 @@ SystemTimeFields fieldsOf(int year, int month, int day, int hour = 0, int minute
 
 double dateOf(int year, int month, int day, int hour = 0, int minute = 0, int second = 0) {
     double date = -1e9;
-    EXPECT_TRUE(oleDateFromSystemTime(fieldsOf(year, month, day, hour, minute, second), &date))
+    EXPECT_TRUE(
+        portable::oleDateFromFields(fieldsOf(year, month, day, hour, minute, second), &date))
         << year << "-" << month << "-" << day << " " << hour << ":" << minute << ":" << second;
     return date;
 }
@@ -68,11 +71,10 @@ TEST(OleDates, CheckedValues) {
 TEST(OleDates, FieldsAreTakenAsTheSystemConversionTakesThem) {
     // Each expected value is what the system conversion gave under Wine.
     double date = 0.0;
-    for (SystemTimeFields refused :
-         {fieldsOf(10000, 1, 1), fieldsOf(65535, 1, 1), fieldsOf(2024, 13, 1),
-          fieldsOf(2024, 65535, 1), fieldsOf(2024, 1, 32), fieldsOf(2024, 12, 32),
-          fieldsOf(2024, 1, 65535)})
-        EXPECT_FALSE(oleDateFromSystemTime(refused, &date))
+    for (DateFields refused : {fieldsOf(10000, 1, 1), fieldsOf(65535, 1, 1), fieldsOf(2024, 13, 1),
+                               fieldsOf(2024, 65535, 1), fieldsOf(2024, 1, 32),
+                               fieldsOf(2024, 12, 32), fieldsOf(2024, 1, 65535)})
+        EXPECT_FALSE(portable::oleDateFromFields(refused, &date))
             << refused.year << "-" << refused.month << "-" << refused.day;
     // Two-digit years, month 0 and day 0, days past the month's end.
     EXPECT_EQ(dateOf(0, 1, 1), 36526.0);
@@ -107,32 +109,35 @@ TEST(OleDates, FieldsAreTakenAsTheSystemConversionTakesThem) {
     EXPECT_EQ(bitsOf(dateOf(2024, 3, 1, 32767, 32767, 32767)), 0x40e6dc5d44ee2cc0u)
         << "the minute wraps when the seconds carry into it";
 
-    CalendarTime time{};
-    EXPECT_FALSE(calendarFromOleDate(-657435.0, &time));
-    EXPECT_TRUE(calendarFromOleDate(-657434.5, &time));
-    EXPECT_FALSE(calendarFromOleDate(2958466.0, &time));
-    EXPECT_FALSE(calendarFromOleDate(std::numeric_limits<double>::quiet_NaN(), &time));
-    EXPECT_FALSE(calendarFromOleDate(std::numeric_limits<double>::infinity(), &time));
+    DateFields time{};
+    EXPECT_FALSE(portable::fieldsFromOleDate(-657435.0, &time));
+    EXPECT_TRUE(portable::fieldsFromOleDate(-657434.5, &time));
+    EXPECT_FALSE(portable::fieldsFromOleDate(2958466.0, &time));
+    EXPECT_FALSE(portable::fieldsFromOleDate(std::numeric_limits<double>::quiet_NaN(), &time));
+    EXPECT_FALSE(portable::fieldsFromOleDate(std::numeric_limits<double>::infinity(), &time));
     // Rounding into the next second, day, and out of the range.
     EXPECT_EQ(calendarText(45352.54524305555 + 0.4 / 86400), "2024-03-01 13:05:09");
     EXPECT_EQ(calendarText(45352.54524305555 + 0.6 / 86400), "2024-03-01 13:05:10");
     EXPECT_EQ(calendarText(45352.9999999), "2024-03-02 00:00:00");
+#ifndef _WIN32
+    // Windows' own conversion rounds this one into year 10000.
     EXPECT_EQ(calendarText(2958465.9999999), "0000-00-00 00:00:00");
+#endif
     EXPECT_EQ(calendarText(1e12), "0000-00-00 00:00:00");
 }
 
 TEST(OleDates, RoundTripsBothWays) {
     // Whole seconds survive exactly, across the whole range and both sides of the epoch.
     for (double day = -657434; day <= 2958465; day += 7919.37) {
-        CalendarTime time{};
-        ASSERT_TRUE(calendarFromOleDate(day, &time)) << day;
+        DateFields time{};
+        ASSERT_TRUE(portable::fieldsFromOleDate(day, &time)) << day;
         double back = 0.0;
-        ASSERT_TRUE(oleDateFromSystemTime(
+        ASSERT_TRUE(portable::oleDateFromFields(
             fieldsOf(time.year, time.month, time.day, time.hour, time.minute, time.second), &back))
             << day;
         EXPECT_LT(std::fabs(back - day) * 86400, 0.5 + 1e-3) << day;
-        CalendarTime again{};
-        ASSERT_TRUE(calendarFromOleDate(back, &again));
+        DateFields again{};
+        ASSERT_TRUE(portable::fieldsFromOleDate(back, &again));
         EXPECT_EQ(std::memcmp(&time, &again, sizeof time), 0) << day;
     }
 }

@@ -14,7 +14,7 @@ add_library(xdsp SHARED
   ${XDSP_DEF_FILE}
   ${CMAKE_CURRENT_SOURCE_DIR}/frame/version.rc)
 target_include_directories(xdsp PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>)
-target_link_libraries(xdsp PRIVATE setupapi hid advapi32)
+target_link_libraries(xdsp PRIVATE setupapi hid advapi32 oleaut32)
 target_link_options(xdsp PRIVATE -static-libgcc -static-libstdc++ -static)
 set_target_properties(xdsp PROPERTIES OUTPUT_NAME xdsp PREFIX "")
 

@@ -91,6 +91,23 @@ void setLastError(uint32_t code);
 // capacity - 1); false when the system has none.
 bool systemErrorText(uint32_t code, Char16 *buffer, size_t capacity);
 
+// ---- OLE automation dates ---------------------------------------------------
+
+// The date and time fields of a system time, 16 bits each as the system keeps
+// them (day of week and milliseconds left out).
+struct DateFields {
+    uint16_t year, month, day, hour, minute, second;
+};
+
+// OLE automation dates: days since 1899-12-30, the fraction the time of day.
+// On Windows the system's own conversion, so that applications get exactly
+// its answers; elsewhere the portable conversion (portable_ole_date.h).
+// False where the conversion refuses the fields.
+bool oleDateFromFields(const DateFields &fields, double *date);
+// Rounded to the nearest second; false for a date outside 0100-9999 or not a
+// number.
+bool fieldsFromOleDate(double date, DateFields *fields);
+
 // ---- sinks ------------------------------------------------------------------
 
 void debugWrite(const Char16 *text);
