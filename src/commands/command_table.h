@@ -55,8 +55,10 @@ inline constexpr CommandDescription writeFlashCommand{
     .successPauseMs = successPauseMs,
 };
 
-// compat: the read keeps a response event that an earlier answer set, clears
-// no buffer, and checks for an error only after a pause and a further report.
+// compat: the read clears no buffer, and checks for an error only after a pause
+// and a further report. It leaves out the response-event reset before the busy
+// wait, but sending the command resets that event anyway, so only an answer to
+// this read sets it.
 inline constexpr CommandDescription readFlashCommand{
     .code = link::command::readFlash,
     .openingLine = WIDE("Reading from FLASH...\n"),
