@@ -1,6 +1,7 @@
 # What `cmake --install` and the packages carry: the public header, the library
 # with its CMake package (xdsp::xdsp) and pkg-config file, the emulator, the
-# tool and, on Linux, the udev rule. Nothing else under include/ or src/ is
+# tool, the C reference in HTML (cmake/reference.cmake) and, on Linux, the udev
+# rule. Nothing else under include/ or src/ is
 # installed: xdsp.h is the whole interface.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
@@ -66,3 +67,5 @@ else()
   install(FILES ${PROJECT_SOURCE_DIR}/README.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
   install(FILES ${PROJECT_SOURCE_DIR}/udev/69-xdsp.rules DESTINATION ${XDSP_INSTALL_UDEVRULESDIR})
 endif()
+
+include(${CMAKE_CURRENT_LIST_DIR}/reference.cmake)

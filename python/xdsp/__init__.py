@@ -1,5 +1,7 @@
 """Python access to DSP boards through the xdsp library (libxdsp.so, xdsp.dll).
 
+For example::
+
     import xdsp
     for found in xdsp.boards():
         print(found.path, found.serial_port)

@@ -249,11 +249,13 @@ class Library:
         return getattr(self.dll, name)  # type: ignore[no-any-return]
 
     def last_error(self) -> int:
+        """The calling thread's last-error code (GetLastError() on Windows)."""
         if WINDOWS:
             return ctypes.get_last_error() & 0xFFFFFFFF  # type: ignore[attr-defined]
         return int(self.dll.xdsp_last_error())
 
     def clear_last_error(self) -> None:
+        """Sets the calling thread's last-error code to 0."""
         if WINDOWS:
             ctypes.set_last_error(0)  # type: ignore[attr-defined]
         else:

@@ -27,9 +27,11 @@ class Audio:
         return answer
 
     def mute(self, on: bool = True) -> int:
+        """Switches mute on or off."""
         return self._command("mute", lambda: library().Halvio_Mute(int(on)))
 
     def line_out(self, on: bool = True) -> int:
+        """Switches the line output on or off."""
         return self._command("line output", lambda: library().Halvio_LineOut(int(on)))
 
     def source(self, source: int) -> int:
@@ -43,10 +45,12 @@ class Audio:
         return self._command("filter", lambda: library().Halvio_LoadFilter(number))
 
     def load_algorithm(self, number: int) -> int:
+        """Loads algorithm 0 to 255."""
         checked_range(number, 0, 255, "the algorithm")
         return self._command("algorithm", lambda: library().Halvio_LoadAlgorithm(number))
 
     def reset(self) -> None:
+        """Resets the audio firmware; nothing is read back."""
         self._link.call("audio reset", lambda: library().Halvio_Reset())
 
     def echo(self, data: bytes) -> bool:

@@ -17,7 +17,9 @@ from ._link import checked_range as _checked_range
 from .audio import Audio
 from .bootloader import BootLoader
 
+#: The boards' USB vendor id, which `boards()` looks for by default.
 VENDOR_ID = 0x20B1
+#: A product id that matches any product.
 ANY_PRODUCT = 0xFFFF
 MAX_DEVICES = 64
 PRODUCT_NAME_RECORD_SIZE = 188
@@ -36,8 +38,11 @@ class BoardInfo:
     """A board found by `boards()`: its HID device path and, on composite
     boards, its serial port ("" when it has none)."""
 
+    #: The HID interface's device path, for `open()`.
     path: str
+    #: The serial port's device path ("" when there is none).
     serial_port: str
+    #: The serial port's display name ("" when there is none).
     serial_port_name: str
 
 
@@ -69,10 +74,13 @@ class Gpio:
 
     @property
     def inputs(self) -> int:
+        """The GPIO input word as the board last reported it (0 before any report)."""
         return int(self._link.call("GPIO inputs", lambda: library().GetGPIOIn()))
 
     @property
     def outputs(self) -> int:
+        """The GPIO output word as last set here (0 until set); setting it sends it
+        to the board at once."""
         return self._outputs
 
     @outputs.setter
@@ -131,10 +139,12 @@ class Board:
 
     @property
     def path(self) -> str:
+        """The path the board was opened at."""
         return self._link.path
 
     @property
     def is_open(self) -> bool:
+        """True until the board is closed."""
         return self._link.open
 
     @property

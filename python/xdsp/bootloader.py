@@ -13,9 +13,13 @@ from ._link import Link, checked_range
 from ._native import Char16, ProgressCallback, byte_buffer, diagnostics, library, text_in, \
     text_out
 
+#: The boot loader's files are indexes 0 to 14.
 MAX_FILES = 15
-BOOT_FILE = 31415  # the boot image's index for upload()
-BOOT_FILE_NUMBER = 300  # the same file when its checksum is asked for
+#: The boot image's index for upload() and checksum().
+BOOT_FILE = 31415
+#: The same file when its checksum is asked for.
+BOOT_FILE_NUMBER = 300
+#: File types 0 to 3: Data, Boot, FPGA and Link (`type_name()`).
 FILE_TYPE_DATA, FILE_TYPE_BOOT, FILE_TYPE_FPGA, FILE_TYPE_LINK = 0, 1, 2, 3
 SECTOR_BYTES = 4096
 FIRST_FILE_ADDRESS = 0x10000  # after the boot image's area and the file table
@@ -41,27 +45,46 @@ def from_ole_date(value: float) -> Optional[datetime.datetime]:
 
 @dataclass(frozen=True)
 class BootLoaderInfo:
+    """What `BootLoader.identify()` read."""
+
+    #: The boot loader's version, "%d.%02d".
     version: str
+    #: The board's product name.
     product: str
+    #: The DSP's four identification bytes in hexadecimal.
     dsp: str
+    #: The flash chip's four identification bytes in hexadecimal.
     memory_type: str
+    #: The flash size in bytes.
     memory_size: int
 
 
 @dataclass(frozen=True)
 class FileEntry:
+    """One entry of the boot loader's file table (`BootLoader.file()`)."""
+
+    #: The file's index, 0 to 14.
     index: int
+    #: Its type, 0 to 3 (`FILE_TYPE_DATA` ...).
     type: int
+    #: The type's name: "Data", "Boot", "FPGA", "Link" or "".
     type_name: str
+    #: The first byte address of its sectors.
     start: int
+    #: The byte address where its sectors end.
     end: int
+    #: The allocation table's word 5 for the file, in bytes.
     fai_bytes: int
+    #: Its name ("" for none).
     name: str
+    #: When it was created (local time), None for no date.
     created: Optional[datetime.datetime]
+    #: When it was last modified (local time), None for no date.
     modified: Optional[datetime.datetime]
 
     @property
     def used(self) -> bool:
+        """True when the file holds an allocation or a name."""
         return self.end > self.start or bool(self.name)
 
 

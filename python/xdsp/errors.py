@@ -5,17 +5,29 @@ from __future__ import annotations
 from typing import Dict, Optional, Type
 
 # The public header's XDSP_ERROR_* values.
+#: No error.
 ERROR_SUCCESS = 0
+#: No device or virtual device at the path.
 ERROR_FILE_NOT_FOUND = 2
+#: The user may not open the device.
 ERROR_ACCESS_DENIED = 5
+#: No link running; a device that went away.
 ERROR_INVALID_HANDLE = 6
+#: An upload could not read the file table again.
 ERROR_FILE_TABLE_LOST = 7
+#: An upload's format step failed.
 ERROR_FORMAT_FAILED = 11
+#: The device is held by another handle.
 ERROR_SHARING_VIOLATION = 32
+#: A close found nothing open.
 ERROR_NOT_OPEN = 55
+#: An argument that would run past a buffer.
 ERROR_INVALID_PARAMETER = 87
+#: A virtual device's pipe is held by another handle (Windows).
 ERROR_PIPE_BUSY = 231
+#: No answer in time, or the board's error bit.
 ERROR_INTERNAL = 1359
+#: An upload's checksums differ.
 ERROR_CHECKSUM_MISMATCH = 0x8009700D
 
 _CODE_TEXTS: Dict[int, str] = {
@@ -70,6 +82,7 @@ class NoLinkError(BoardError):
     """No link to a board is running: it is closed or went away (6, 55)."""
 
 
+#: Another name of NoLinkError.
 NotOpenError = NoLinkError
 
 
@@ -81,6 +94,7 @@ class InvalidArgumentError(BoardError):
     """The library refused an argument that would run past a buffer (87)."""
 
 
+#: Another name of InvalidArgumentError.
 InvalidArgument = InvalidArgumentError
 
 

@@ -1,7 +1,7 @@
 """pytest fixtures that serve an emulated board (xdsp-emu) for a test.
 
 Loaded by the `pytest11` entry point when the package is installed, or with
-`pytest_plugins = ["xdsp.pytest_plugin"]` in a conftest.py.
+`pytest_plugins = ["xdsp.pytest_plugin"]` in a conftest.py::
 
     def test_identifies(xdsp_emulator):          # a path to open with xdsp.open()
         ...
@@ -35,8 +35,11 @@ import pytest
 
 from ._native import WINDOWS, candidate_paths
 
+#: The emulator's file name on this system.
 EMULATOR_NAME = "xdsp-emu.exe" if WINDOWS else "xdsp-emu"
+#: How long an emulator may take to serve its path.
 START_SECONDS = 10.0
+#: How long a stopped emulator may take to leave before it is killed.
 STOP_SECONDS = 5.0
 
 
@@ -91,6 +94,8 @@ class Emulator:
             time.sleep(0.01)
 
     def stop(self) -> None:
+        """Stops the emulator (SIGTERM, then SIGKILL after 5 s) and removes its
+        temporary directory."""
         if self.process.poll() is None:
             self.process.send_signal(signal.SIGTERM)
             try:
@@ -104,6 +109,7 @@ class Emulator:
 
 
 def pytest_configure(config: pytest.Config) -> None:
+    """Registers the `xdsp_emulator` mark."""
     config.addinivalue_line("markers",
                             "xdsp_emulator(*options): xdsp-emu options for the xdsp_emulator "
                             "fixture, e.g. \"--wrong-checksums\", \"1\"")
