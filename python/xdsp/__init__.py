@@ -29,4 +29,4 @@ __all__ = [
     "PermissionDeniedError", "TimeoutError", "library",
 ]
 
-__version__ = "3.0.0"
+__version__ = "3.0.0.1"
