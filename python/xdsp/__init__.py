@@ -31,4 +31,4 @@ __all__ = [
     "PermissionDeniedError", "TimeoutError", "library",
 ]
 
-__version__ = "3.0.0"
+__version__ = "3.0.0.1"
