@@ -18,6 +18,7 @@ constexpr size_t flashWordField = 17;
 constexpr size_t dataOffset = 19;
 constexpr size_t countField = 275;
 constexpr size_t payloadEnd = 277;
+// compat: counts over this are cut to it without an error, as they always were.
 constexpr uint32_t largestTransfer = 256;
 
 void stageAddress(uint8_t *staging, uint32_t address, uint16_t flashWord, uint32_t count) {

@@ -124,6 +124,7 @@ void runCycles(PollRun *run) {
         run->link->shared.statusWord.store(run->inputBuffer[input::status]);
         os::eventSet(run->reportEvent);
         run->reopenCount = 0;
+        // compat: a second INIT after the first report of every start, not after a reopen.
         if (run->firstReport) {
             run->firstReport = false;
             debugWrite(WIDE("HID: Sending INIT Command.\n"));
