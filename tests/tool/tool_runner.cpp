@@ -63,12 +63,15 @@ Outcome runCommand(const std::string &commandLine, Capture capture) {
 Outcome runToolOnTerminal(const std::string &arguments) {
     testFolder();
     Outcome outcome;
+    // Made before the fork: the child of a process with threads may only call
+    // what is safe after a fork until it execs, and an allocation is not (it
+    // hangs when another thread held the allocator's lock at the fork).
+    std::string command = std::string(XDSP_TOOL_PATH) + " " + arguments;
     int terminal = -1;
     pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
     if (child < 0)
         return outcome;
     if (child == 0) {
-        std::string command = std::string(XDSP_TOOL_PATH) + " " + arguments;
         execl("/bin/sh", "sh", "-c", command.c_str(), static_cast<char *>(nullptr));
         _exit(127);
     }
