@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
@@ -164,7 +165,10 @@ int uploadFile(BoardSession &session, const UploadRequest &request) {
     std::optional<int16_t> requestedType;
     if (request.type && !(requestedType = parseType(*request.type)))
         return output.fail({exitUsage, "--type wants 0 to 3 or Data, Boot, FPGA, Link", {}, {}});
-    std::ifstream input(request.file, std::ios::binary);
+    // A path from UTF-8, so that Windows opens it by its wide name.
+    std::ifstream input(
+        std::filesystem::path(std::u8string(request.file.begin(), request.file.end())),
+        std::ios::binary);
     if (!input)
         return output.fail(
             {exitNoInput, "cannot read " + request.file + ": missing or unreadable", {}, {}});

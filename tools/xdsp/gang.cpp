@@ -16,10 +16,11 @@ struct BoardRow {
 };
 
 // The tool's own arguments without the board choice, then the one board.
-std::vector<std::string> childArguments(int argc, char **argv, const std::string &path) {
+std::vector<std::string> childArguments(const std::vector<std::string> &toolArguments,
+                                        const std::string &path) {
     std::vector<std::string> arguments;
-    for (int i = 1; i < argc; ++i) {
-        std::string argument = argv[i];
+    for (size_t i = 0; i < toolArguments.size(); ++i) {
+        const std::string &argument = toolArguments[i];
         if (argument == "--all" || argument.rfind("--index=", 0) == 0)
             continue;
         if (argument == "--index") {
@@ -53,7 +54,7 @@ std::string resultText(const BoardRow &row, const ChildResult &result) {
 }
 } // namespace
 
-int runOnAllBoards(int argc, char **argv) {
+int runOnAllBoards(const std::vector<std::string> &toolArguments) {
     Output &output = Output::get();
     std::vector<ListedBoard> boards = discoverBoards();
     if (boards.empty())
@@ -66,7 +67,7 @@ int runOnAllBoards(int argc, char **argv) {
     std::vector<std::vector<std::string>> arguments;
     for (const ListedBoard &board : boards) {
         rows.push_back({board.path, board.product, {}});
-        arguments.push_back(childArguments(argc, argv, board.path));
+        arguments.push_back(childArguments(toolArguments, board.path));
     }
     std::vector<ChildResult> results = runToolCopies(
         arguments, [&](size_t child, const std::string &line, const nlohmann::json &event) {

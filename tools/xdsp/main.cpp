@@ -81,7 +81,7 @@ std::string allowedWithAll(const std::vector<Command> &commands) {
 
 // Runs the chosen command, once its board options were checked against it.
 int runCommand(const std::vector<Command> &commands, CLI::App *chosen, const BoardChoice &choice,
-               int argc, char **argv) {
+               const std::vector<std::string> &toolArguments) {
     Output &output = Output::get();
     auto command = std::find_if(commands.begin(), commands.end(),
                                 [chosen](const Command &entry) { return entry.app == chosen; });
@@ -98,7 +98,7 @@ int runCommand(const std::vector<Command> &commands, CLI::App *chosen, const Boa
                             {},
                             {}});
     if (choice.all)
-        return runOnAllBoards(argc, argv);
+        return runOnAllBoards(toolArguments);
     BoardSession session(choice);
     return command->run(session);
 }
@@ -228,8 +228,13 @@ int main(int argc, char **argv) {
     };
     all->description("Every listed board at once (" + allowedWithAll(commands) + ")");
 
+    std::vector<std::string> arguments = utf8Arguments(argc, argv);
+
     try {
-        app.parse(argc, argv);
+        std::vector<char *> words{argv[0]};
+        for (std::string &argument : arguments)
+            words.push_back(argument.data());
+        app.parse(static_cast<int>(words.size()), words.data());
     } catch (const CLI::ParseError &error) {
         int code = app.exit(error);
         return code == 0 ? exitSuccess : exitUsage;
@@ -239,5 +244,5 @@ int main(int argc, char **argv) {
     output.configure(outputMode(json, quiet), chosen->get_name());
     routeLibraryMessages(verbose);
 
-    return output.finish(runCommand(commands, chosen, choice, argc, argv));
+    return output.finish(runCommand(commands, chosen, choice, arguments));
 }
