@@ -7,8 +7,9 @@
 #include <direct.h>
 #include <fcntl.h>
 #include <io.h>
-#include <shellapi.h>
 #include <windows.h>
+// After windows.h, whose types it uses.
+#include <shellapi.h>
 
 namespace {
 constexpr unsigned endpointLimit = 16; // pipes cannot be listed, only tried
