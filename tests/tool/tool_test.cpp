@@ -118,11 +118,28 @@ TEST(Tool, AudioCommandsReachTheFirmware) {
 }
 
 TEST(Tool, BuiltInEmulatorRunsTheAudioFirmwareForAudio) {
-    Outcome file = runTool("audio file 2");
-    if (!contains(file, "built-in emulator"))
-        GTEST_SKIP() << "a board is attached";
+    Outcome file = runTool("--emulator audio file 2");
     EXPECT_EQ(file.exitCode, 0) << file.text;
+    EXPECT_TRUE(contains(file, "Using the built-in emulator")) << file.text;
     EXPECT_TRUE(contains(file, "File 2: Studio B")) << file.text;
+}
+
+// The board keeps names in 8 bits, Latin-1: "café" comes back whole, a
+// character beyond Latin-1 as '?'.
+TEST(Tool, NamesOutsideAsciiSurviveUploadAndLs) {
+    ServedBoard served(withBootLoader());
+    ASSERT_TRUE(served.started());
+    TestFile file(1000, 5);
+    EXPECT_EQ(served.run("upload " + file.path() + " -f 1 -n 'caf\xC3\xA9'").exitCode, 0);
+    EXPECT_EQ(
+        served.run("upload " + file.path() + " -f 2 -n '\xE6\x97\xA5\xE6\x9C\xAC x'").exitCode, 0);
+    Outcome ls = served.run("ls");
+    EXPECT_EQ(ls.exitCode, 0) << ls.text;
+    EXPECT_TRUE(contains(ls, "  caf\xC3\xA9\n")) << ls.text;
+    EXPECT_TRUE(contains(ls, "  ?? x\n")) << ls.text;
+
+    Outcome json = served.run("--json ls", Capture::outputOnly);
+    EXPECT_TRUE(contains(json, "\"name\":\"caf\xC3\xA9\"")) << json.text;
 }
 
 TEST(ToolExitCodes, BadArgumentsFailBeforeTheBoardIsOpened) {
@@ -138,6 +155,26 @@ TEST(ToolExitCodes, BadArgumentsFailBeforeTheBoardIsOpened) {
         EXPECT_FALSE(outcome.text.empty()) << arguments;
     }
     EXPECT_EQ(served.board().outputReportCount(), 0u);
+    for (const char *arguments : {"list --emulator", "udev-rule -d /tmp/b.sock", "emu --index 0"})
+        EXPECT_EQ(runTool(arguments, Capture::errorsOnly).exitCode, 64) << arguments;
+}
+
+// No board chosen and none attached: a board command fails and says how to use
+// the emulator; it never stands one in.
+TEST(ToolExitCodes, NoBoardMeansNoBoard) {
+    if (!contains(runTool("list"), "No board attached"))
+        GTEST_SKIP() << "a board is attached";
+    TestFile file(2000, 3);
+    Outcome quiet = runTool("-q upload " + file.path() + " -f 2", Capture::outputOnly);
+    EXPECT_EQ(quiet.exitCode, 69);
+    EXPECT_EQ(quiet.text, "");
+    Outcome said = runTool("upload " + file.path() + " -f 2", Capture::errorsOnly);
+    EXPECT_EQ(said.exitCode, 69);
+    EXPECT_TRUE(contains(said, "xdsp: no board attached; add --emulator")) << said.text;
+    Outcome json = runTool("--json info", Capture::outputOnly);
+    EXPECT_EQ(json.exitCode, 69);
+    EXPECT_TRUE(contains(json, "\"text\":\"no board attached\"")) << json.text;
+    EXPECT_FALSE(contains(json, "\"board\":\"built-in emulator\"")) << json.text;
 }
 
 TEST(ToolExitCodes, EachFailureHasItsCodeAndWords) {

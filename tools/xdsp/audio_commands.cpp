@@ -1,5 +1,4 @@
 #include "audio_commands.h"
-#include "board_session.h"
 #include "output.h"
 #include "text.h"
 
@@ -54,7 +53,7 @@ int echo(uint32_t length) {
 }
 } // namespace
 
-int runAudio(const std::string &devicePath, const AudioRequest &request) {
+int runAudio(BoardSession &session, const AudioRequest &request) {
     const std::string &action = request.action;
     if (action == "echo" &&
         (request.number < 2 || request.number > static_cast<int32_t>(echoLimit) ||
@@ -66,8 +65,7 @@ int runAudio(const std::string &devicePath, const AudioRequest &request) {
                                    {},
                                    {}});
     }
-    BoardSession session(devicePath, EmulatedDsp::audioFirmware);
-    if (int failed = session.open(); failed != exitSuccess)
+    if (int failed = session.open(EmulatedDsp::audioFirmware); failed != exitSuccess)
         return failed;
     std::string state = request.on ? "on" : "off";
     std::string number = std::to_string(request.number);

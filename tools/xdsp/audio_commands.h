@@ -2,6 +2,8 @@
 // algorithm, reset, file names and an echo test.
 #pragma once
 
+#include "board_session.h"
+
 #include <cstdint>
 #include <string>
 
@@ -14,4 +16,4 @@ struct AudioRequest {
     int32_t number = 0; // source, filter, algorithm and file number; echo length
 };
 
-int runAudio(const std::string &devicePath, const AudioRequest &request);
+int runAudio(BoardSession &session, const AudioRequest &request);

@@ -16,19 +16,19 @@ void probe(std::vector<ListedBoard> &boards) {
     std::vector<std::vector<std::string>> arguments;
     for (const ListedBoard &board : boards)
         arguments.push_back({"info", "--json", "--device", board.path});
-    runChildren(selfExecutable(), arguments, [&boards](size_t child, const std::string &line) {
-        nlohmann::json event = nlohmann::json::parse(line, nullptr, false);
-        if (!event.is_object())
-            return;
-        ListedBoard &board = boards[child];
-        std::string name = event.value("event", "");
-        if (name == "result" && event.value("exit_code", -1) == 0)
-            board.product = event.value("product", "");
-        else if (name == "error" && event.contains("code") && event["code"].is_number())
-            board.openError = event["code"].get<uint32_t>();
-        else if (name == "error")
-            board.openError = XDSP_ERROR_INTERNAL;
-    });
+    runToolCopies(
+        arguments, [&boards](size_t child, const std::string &, const nlohmann::json &event) {
+            if (event.is_discarded())
+                return;
+            ListedBoard &board = boards[child];
+            std::string name = event.value("event", "");
+            if (name == "result" && event.value("exit_code", -1) == 0)
+                board.product = event.value("product", "");
+            else if (name == "error" && event.contains("code") && event["code"].is_number())
+                board.openError = event["code"].get<uint32_t>();
+            else if (name == "error")
+                board.openError = XDSP_ERROR_INTERNAL;
+        });
 }
 
 std::string serialPortOf(const std::string &path) {
@@ -42,20 +42,12 @@ std::string serialPortOf(const std::string &path) {
 }
 
 std::string stateText(const ListedBoard &board) {
-    switch (board.openError) {
-    case 0:
+    if (board.openError == 0)
         return board.product;
-    case XDSP_ERROR_ACCESS_DENIED:
-        return "(permission denied)";
-    case XDSP_ERROR_SHARING_VIOLATION:
-    case 231:
-        return "(busy: another program holds it)";
-    default:
-        // Appended, not joined with +: GCC 12 misjudges "(" + text at -O3.
-        std::string text = "(";
-        text += errorWords(board.openError);
-        return text += ")";
-    }
+    // Appended, not joined with +: GCC 12 misjudges "(" + text at -O3.
+    std::string text = "(";
+    text += errorWords(board.openError);
+    return text += ")";
 }
 } // namespace
 

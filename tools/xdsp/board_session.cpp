@@ -1,13 +1,13 @@
 #include "board_session.h"
 
+#include "board_list.h"
 #include "output.h"
 #include "platform.h"
 #include "text.h"
 
 #include <stdexcept>
 
-BoardSession::BoardSession(const std::string &devicePath, EmulatedDsp dsp)
-    : path_(devicePath), dsp_(dsp) {}
+BoardSession::BoardSession(BoardChoice choice) : choice_(std::move(choice)) {}
 
 BoardSession::~BoardSession() {
     DestroyHIDUSBPacket();
@@ -15,12 +15,12 @@ BoardSession::~BoardSession() {
         emulator_->stop();
 }
 
-int BoardSession::startBuiltInEmulator() {
+int BoardSession::startBuiltInEmulator(EmulatedDsp dsp) {
     path_ = builtInEndpoint();
     // With the DSP's boot loader (or its audio firmware), so the SPI commands
     // have a peer; the boot loader's flash lasts from one command to the next.
     xdsp::emu::BoardOptions options;
-    if (dsp_ == EmulatedDsp::audioFirmware) {
+    if (dsp == EmulatedDsp::audioFirmware) {
         options.audioFirmware = xdsp::emu::AudioFirmwareOptions{};
     } else {
         options.bootLoader = xdsp::emu::BootLoaderOptions{};
@@ -42,20 +42,40 @@ int BoardSession::startBuiltInEmulator() {
              "cannot start the built-in emulator at " + path_ + ": " + emulator_->error(),
              {},
              {}});
-    Output::get().note("No board attached: using the built-in emulator");
+    Output::get().note("Using the built-in emulator");
     return exitSuccess;
 }
 
-int BoardSession::open() {
+int BoardSession::choosePath(EmulatedDsp dsp) {
     Output &output = Output::get();
-    if (path_.empty()) {
-        xdsp_device_record record{};
-        if (EnumUSBHIDDevices(boardVendorId, 0xFFFF, &record, 1) > 0) {
-            path_ = toUtf8(record.devicePath);
-        } else if (int failed = startBuiltInEmulator(); failed != exitSuccess) {
-            return failed;
-        }
+    if (choice_.builtInEmulator)
+        return startBuiltInEmulator(dsp);
+    if (choice_.index) {
+        std::vector<ListedBoard> boards = discoverBoards();
+        if (*choice_.index >= boards.size())
+            return output.fail({exitNoBoard,
+                                "no board at index " + std::to_string(*choice_.index) +
+                                    ": `xdsp list` shows " + std::to_string(boards.size()),
+                                {},
+                                {}});
+        path_ = boards[*choice_.index].path;
+        return exitSuccess;
     }
+    if (!choice_.device.empty()) {
+        path_ = choice_.device;
+        return exitSuccess;
+    }
+    xdsp_device_record record{};
+    if (EnumUSBHIDDevices(boardVendorId, 0xFFFF, &record, 1) == 0)
+        return output.fail(noBoardFailure());
+    path_ = toUtf8(record.devicePath);
+    return exitSuccess;
+}
+
+int BoardSession::open(EmulatedDsp dsp) {
+    if (int failed = choosePath(dsp); failed != exitSuccess)
+        return failed;
+    Output &output = Output::get();
     if (output.board().empty())
         output.setBoard(emulator_ != nullptr ? "built-in emulator" : path_);
     auto wide = fromUtf8(path_);
@@ -65,7 +85,7 @@ int BoardSession::open() {
     std::optional<std::string> product = openBoardProduct();
     if (!product)
         return output.fail(
-            linkFailure("the board at " + path_ + " did not name itself", lastError()));
+            commandFailure("the board at " + path_ + " did not name itself", lastError()));
     product_ = *product;
     output.field("product", product_);
     return exitSuccess;

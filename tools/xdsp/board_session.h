@@ -1,5 +1,5 @@
-// Opening the chosen board, or standing in the built-in emulator when none is
-// attached.
+// Opening the board that the command line chose: a device path, the Nth listed
+// board, the first attached board, or the built-in emulator when asked for.
 #pragma once
 
 #include "board.h"
@@ -15,27 +15,35 @@ enum class EmulatedDsp { bootLoader, audioFirmware };
 // The vendor id of the boards' USB microcontroller.
 inline constexpr uint16_t boardVendorId = 0x20B1;
 
+// The board options of the command line; none set: the first attached board.
+struct BoardChoice {
+    std::string device;           // --device
+    std::optional<size_t> index;  // --index
+    bool builtInEmulator = false; // --emulator
+    bool all = false;             // --all
+};
+
 class BoardSession {
   public:
-    // devicePath empty: the first attached board, else the built-in emulator
-    // with its DSP in dsp.
-    explicit BoardSession(const std::string &devicePath, EmulatedDsp dsp = EmulatedDsp::bootLoader);
+    explicit BoardSession(BoardChoice choice);
     ~BoardSession();
     BoardSession(const BoardSession &) = delete;
     BoardSession &operator=(const BoardSession &) = delete;
 
-    // Opens the board and waits for its first answer: 0, or the exit code
-    // after the failure was reported.
-    int open();
+    // Opens the chosen board (the built-in emulator with its DSP running dsp)
+    // and waits for its first answer: 0, or the exit code after the failure
+    // was reported.
+    int open(EmulatedDsp dsp = EmulatedDsp::bootLoader);
     const std::string &path() const { return path_; }
     const std::string &product() const { return product_; }
 
   private:
-    int startBuiltInEmulator();
+    int choosePath(EmulatedDsp dsp);
+    int startBuiltInEmulator(EmulatedDsp dsp);
 
+    BoardChoice choice_;
     std::string path_;
     std::string product_;
-    EmulatedDsp dsp_;
     std::unique_ptr<xdsp::emu::Board> board_;
     std::unique_ptr<xdsp::emu::VirtualDeviceServer> emulator_;
 };

@@ -1,12 +1,12 @@
 #include "boot_loader_commands.h"
 
-#include "board_session.h"
 #include "output.h"
 #include "progress_meter.h"
 #include "text.h"
 
 #include <algorithm>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
@@ -120,22 +120,9 @@ bool boardHolds(int32_t index, const std::vector<uint8_t> &data) {
     return board == file;
 }
 
-// The failures BootLoader_Send stops early with, in words.
-Failure sendFailure(uint32_t code) {
-    switch (code) {
-    case XDSP_ERROR_FILE_TABLE_LOST:
-    case XDSP_ERROR_FORMAT_FAILED:
-        return {exitProtocol, "the upload stopped: " + errorWords(code), code, {}};
-    case XDSP_ERROR_INVALID_PARAMETER:
-        return {exitSoftware, "the upload was refused: " + errorWords(code), code, {}};
-    default:
-        return linkFailure("the upload stopped", code);
-    }
-}
 } // namespace
 
-int listFiles(const std::string &devicePath) {
-    BoardSession session(devicePath);
+int listFiles(BoardSession &session) {
     if (int failed = identify(session); failed != exitSuccess)
         return failed;
     Output &output = Output::get();
@@ -167,7 +154,7 @@ int listFiles(const std::string &devicePath) {
     return exitSuccess;
 }
 
-int uploadFile(const std::string &devicePath, const UploadRequest &request) {
+int uploadFile(BoardSession &session, const UploadRequest &request) {
     Output &output = Output::get();
     std::optional<int32_t> index = parseIndex(request.index);
     if (!index)
@@ -178,7 +165,10 @@ int uploadFile(const std::string &devicePath, const UploadRequest &request) {
     std::optional<int16_t> requestedType;
     if (request.type && !(requestedType = parseType(*request.type)))
         return output.fail({exitUsage, "--type wants 0 to 3 or Data, Boot, FPGA, Link", {}, {}});
-    std::ifstream input(request.file, std::ios::binary);
+    // A path from UTF-8, so that Windows opens it by its wide name.
+    std::ifstream input(
+        std::filesystem::path(std::u8string(request.file.begin(), request.file.end())),
+        std::ios::binary);
     if (!input)
         return output.fail(
             {exitNoInput, "cannot read " + request.file + ": missing or unreadable", {}, {}});
@@ -192,7 +182,6 @@ int uploadFile(const std::string &devicePath, const UploadRequest &request) {
         data.push_back(0);
         output.note(request.file + ": padded with a zero byte to an even length");
     }
-    BoardSession session(devicePath);
     if (int failed = identify(session); failed != exitSuccess)
         return failed;
     if (data.size() > BootLoader_GetMemory())
@@ -227,7 +216,7 @@ int uploadFile(const std::string &devicePath, const UploadRequest &request) {
     }
     uint32_t error = lastError();
     if (!sent)
-        return output.fail(sendFailure(error));
+        return output.fail(commandFailure("the upload stopped", error));
     uint16_t fileSum =
         BootLoader_ComputeFileChecksum(data.data(), static_cast<uint32_t>(data.size()));
     if (error == XDSP_ERROR_CHECKSUM_MISMATCH) {
@@ -247,8 +236,7 @@ int uploadFile(const std::string &devicePath, const UploadRequest &request) {
     return exitSuccess;
 }
 
-int bootProgram(const std::string &devicePath) {
-    BoardSession session(devicePath);
+int bootProgram(BoardSession &session) {
     if (int failed = session.open(); failed != exitSuccess)
         return failed;
     BootLoader_Boot();
@@ -256,14 +244,13 @@ int bootProgram(const std::string &devicePath) {
     return exitSuccess;
 }
 
-int showStatus(const std::string &devicePath) {
+int showStatus(BoardSession &session) {
     // The boot loader's layout of its record; the library hands it over as words.
     static constexpr const char *labels[XDSP_STATUS_WORDS] = {
         "boot-loader version", "product code",    "DSP identification", "memory identification",
         "flash bytes",         "program starts",  "last command code",  "commands carried out",
         "commands refused",    "files allocated", "file being written", "bytes written to it",
         "SPI transfers heard", "reserved",        "reserved",           "reserved"};
-    BoardSession session(devicePath);
     if (int failed = identify(session); failed != exitSuccess)
         return failed;
     Output &output = Output::get();

@@ -2,6 +2,8 @@
 // read its status record.
 #pragma once
 
+#include "board_session.h"
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -16,7 +18,7 @@ struct UploadRequest {
     bool ifChanged = false;          // send nothing when the board holds the same file
 };
 
-int listFiles(const std::string &devicePath);
-int uploadFile(const std::string &devicePath, const UploadRequest &request);
-int bootProgram(const std::string &devicePath);
-int showStatus(const std::string &devicePath);
+int listFiles(BoardSession &session);
+int uploadFile(BoardSession &session, const UploadRequest &request);
+int bootProgram(BoardSession &session);
+int showStatus(BoardSession &session);

@@ -1,5 +1,7 @@
 #include "child_processes.h"
 
+#include "text.h"
+
 #include <chrono>
 #include <windows.h>
 
@@ -39,14 +41,16 @@ ChildResult runOne(const std::string &program, const std::vector<std::string> &a
     std::string commandLine = quoted(program);
     for (const std::string &argument : arguments)
         commandLine.append(" ").append(quoted(argument));
-    STARTUPINFOA startup{};
+    STARTUPINFOW startup{};
     startup.cb = sizeof startup;
     startup.dwFlags = STARTF_USESTDHANDLES;
     startup.hStdInput = GetStdHandle(STD_INPUT_HANDLE);
     startup.hStdOutput = writeEnd;
     startup.hStdError = writeEnd;
     PROCESS_INFORMATION process{};
-    BOOL launched = CreateProcessA(nullptr, commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr,
+    // The arguments are UTF-8; the wide call passes every character on.
+    std::wstring wideLine = fromUtf8(commandLine);
+    BOOL launched = CreateProcessW(nullptr, wideLine.data(), nullptr, nullptr, TRUE, 0, nullptr,
                                    nullptr, &startup, &process);
     CloseHandle(writeEnd);
     if (!launched) {

@@ -1,5 +1,4 @@
 #include "device_commands.h"
-#include "board_session.h"
 #include "output.h"
 #include "text.h"
 
@@ -32,8 +31,7 @@ std::string dumpLine(uint32_t address, const uint8_t *bytes, uint32_t count) {
 }
 } // namespace
 
-int showInfo(const std::string &devicePath) {
-    BoardSession session(devicePath);
+int showInfo(BoardSession &session) {
     if (int failed = session.open(); failed != exitSuccess)
         return failed;
     Output &output = Output::get();
@@ -43,8 +41,7 @@ int showInfo(const std::string &devicePath) {
     return exitSuccess;
 }
 
-int showGpio(const std::string &devicePath, std::optional<uint16_t> output) {
-    BoardSession session(devicePath);
+int showGpio(BoardSession &session, std::optional<uint16_t> output) {
     if (int failed = session.open(); failed != exitSuccess)
         return failed;
     if (output) {
@@ -58,13 +55,12 @@ int showGpio(const std::string &devicePath, std::optional<uint16_t> output) {
     return exitSuccess;
 }
 
-int showAdc(const std::string &devicePath) {
-    BoardSession session(devicePath);
+int showAdc(BoardSession &session) {
     if (int failed = session.open(); failed != exitSuccess)
         return failed;
     if (XMOS_EnableADC(1) != 0)
         return Output::get().fail(
-            linkFailure("the board did not report after sampling was switched on", lastError()));
+            commandFailure("the board did not report after sampling was switched on", lastError()));
     letReportsPass();
     uint16_t readings[adcChannels];
     for (uint32_t channel = 0; channel < adcChannels; ++channel)
@@ -78,7 +74,7 @@ int showAdc(const std::string &devicePath) {
     return exitSuccess;
 }
 
-int dumpFlash(const std::string &devicePath, uint32_t address, uint32_t count) {
+int dumpFlash(BoardSession &session, uint32_t address, uint32_t count) {
     if (count == 0 || count > flashReadLimit) {
         return Output::get().fail({exitUsage,
                                    "COUNT wants 1 to " + std::to_string(flashReadLimit) +
@@ -90,7 +86,6 @@ int dumpFlash(const std::string &devicePath, uint32_t address, uint32_t count) {
         return Output::get().fail(
             {exitUsage, "the range runs past the last flash address", {}, {}});
     }
-    BoardSession session(devicePath);
     if (int failed = session.open(); failed != exitSuccess)
         return failed;
     std::vector<uint8_t> bytes(count);
@@ -99,7 +94,7 @@ int dumpFlash(const std::string &devicePath, uint32_t address, uint32_t count) {
         if (!ReadFLASH(address + done, bytes.data() + done, chunk)) {
             char what[64];
             std::snprintf(what, sizeof what, "cannot read the flash at 0x%08X", address + done);
-            return Output::get().fail(linkFailure(what, lastError()));
+            return Output::get().fail(commandFailure(what, lastError()));
         }
     }
     for (uint32_t offset = 0; offset < count; offset += dumpWidth)

@@ -1,6 +1,8 @@
 // The microcontroller's own jobs at a bench: GPIO lines, ADC channels, flash.
 #pragma once
 
+#include "board_session.h"
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -9,10 +11,10 @@
 inline constexpr uint32_t flashReadLimit = 65536;
 
 // The device path and the product name the board reports.
-int showInfo(const std::string &devicePath);
+int showInfo(BoardSession &session);
 // Applies output first when given, then prints the GPIO input word.
-int showGpio(const std::string &devicePath, std::optional<uint16_t> output);
+int showGpio(BoardSession &session, std::optional<uint16_t> output);
 // Samples the four ADC channels once and prints their readings.
-int showAdc(const std::string &devicePath);
+int showAdc(BoardSession &session);
 // Hex dump of count bytes of the board's flash from address.
-int dumpFlash(const std::string &devicePath, uint32_t address, uint32_t count);
+int dumpFlash(BoardSession &session, uint32_t address, uint32_t count);

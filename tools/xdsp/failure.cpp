@@ -8,6 +8,39 @@
 #include <windows.h>
 #endif
 
+namespace {
+// Every last-error code the tool meets: its words, and where a command that
+// stops with it leads.
+struct ErrorMeaning {
+    uint32_t code;
+    const char *words;
+    int exitCode;
+};
+
+constexpr ErrorMeaning errorMeanings[] = {
+    // A call that failed without a code: the answer it waited for did not come.
+    {XDSP_ERROR_SUCCESS, "no error", exitLink},
+    {XDSP_ERROR_FILE_NOT_FOUND, "not found", exitNoBoard},
+    {XDSP_ERROR_ACCESS_DENIED, "permission denied", exitPermission},
+    {XDSP_ERROR_INVALID_HANDLE, "the link is down", exitLink},
+    {XDSP_ERROR_FILE_TABLE_LOST, "the file table could not be read back", exitProtocol},
+    {XDSP_ERROR_FORMAT_FAILED, "the boot loader did not prepare the file's area", exitProtocol},
+    {XDSP_ERROR_SHARING_VIOLATION, "busy: another program holds it", exitNoBoard},
+    {XDSP_ERROR_NOT_OPEN, "no board is open", exitLink},
+    {XDSP_ERROR_INVALID_PARAMETER, "an argument does not fit", exitSoftware},
+    {XDSP_ERROR_INTERNAL, "no answer came in time, or the board reported an error", exitLink},
+    {XDSP_ERROR_CHECKSUM_MISMATCH, "the checksums differ", exitChecksum},
+    {errorPipeBusy, "busy: another program holds it", exitNoBoard},
+};
+
+const ErrorMeaning *meaningOf(uint32_t code) {
+    for (const ErrorMeaning &meaning : errorMeanings)
+        if (meaning.code == code)
+            return &meaning;
+    return nullptr;
+}
+} // namespace
+
 std::string exitCodeHelp() {
     return "Exit codes:\n"
            "  0   success\n"
@@ -31,32 +64,8 @@ uint32_t lastError() {
 }
 
 std::string errorWords(uint32_t code) {
-    switch (code) {
-    case XDSP_ERROR_SUCCESS:
-        return "no error";
-    case XDSP_ERROR_FILE_NOT_FOUND:
-        return "not found";
-    case XDSP_ERROR_ACCESS_DENIED:
-        return "permission denied";
-    case XDSP_ERROR_INVALID_HANDLE:
-        return "the link is down";
-    case XDSP_ERROR_FILE_TABLE_LOST:
-        return "the file table could not be read back";
-    case XDSP_ERROR_FORMAT_FAILED:
-        return "the boot loader did not prepare the file's area";
-    case XDSP_ERROR_SHARING_VIOLATION:
-        return "another program holds it";
-    case XDSP_ERROR_INVALID_PARAMETER:
-        return "an argument does not fit";
-    case XDSP_ERROR_INTERNAL:
-        return "no answer came in time, or the board reported an error";
-    case XDSP_ERROR_CHECKSUM_MISMATCH:
-        return "the checksums differ";
-    case 231: // a named pipe with every instance busy
-        return "every connection is busy";
-    default:
-        return "unexpected system error";
-    }
+    const ErrorMeaning *meaning = meaningOf(code);
+    return meaning != nullptr ? meaning->words : "unexpected system error";
 }
 
 std::string errorNumber(uint32_t code) {
@@ -69,22 +78,37 @@ std::string errorNumber(uint32_t code) {
 }
 
 Failure openFailure(const std::string &path, uint32_t code) {
-    switch (code) {
-    case XDSP_ERROR_FILE_NOT_FOUND:
-        return {exitNoBoard, "no board answered at " + path, code, {}};
-    case XDSP_ERROR_ACCESS_DENIED:
-        return {exitPermission, "cannot open " + path + ": permission denied", code,
+    const ErrorMeaning *meaning = meaningOf(code);
+    int exitCode = meaning != nullptr ? meaning->exitCode : exitSoftware;
+    switch (exitCode) {
+    case exitNoBoard:
+        return code == XDSP_ERROR_FILE_NOT_FOUND
+                   ? Failure{exitCode, "no board answered at " + path, code, {}}
+                   : Failure{exitCode, "board " + errorWords(code), code, {}};
+    case exitPermission:
+        return {exitCode, "cannot open " + path + ": " + errorWords(code), code,
                 "`xdsp udev-rule` prints a rule that gives your user access"};
-    case XDSP_ERROR_SHARING_VIOLATION:
-    case 231:
-        return {exitNoBoard, "board busy: another program holds it", code, {}};
-    case XDSP_ERROR_INTERNAL:
-        return {exitLink, path + " answered, but not as a board does", code, {}};
+    case exitLink:
+        if (code == XDSP_ERROR_INTERNAL)
+            return {exitCode, path + " answered, but not as a board does", code, {}};
+        [[fallthrough]];
     default:
         return {exitSoftware, "cannot open " + path + ": " + errorWords(code), code, {}};
     }
 }
 
-Failure linkFailure(const std::string &what, uint32_t code) {
-    return {exitLink, what + ": " + errorWords(code), code, {}};
+Failure commandFailure(const std::string &what, uint32_t code) {
+    const ErrorMeaning *meaning = meaningOf(code);
+    return {meaning != nullptr ? meaning->exitCode : exitLink,
+            what + ": " + errorWords(code),
+            code,
+            {}};
+}
+
+Failure noBoardFailure() {
+    return {exitNoBoard,
+            "no board attached",
+            {},
+            "add --emulator to run the command on the built-in emulator, or choose one that "
+            "`xdsp list` shows with --device or --index"};
 }

@@ -15,6 +15,10 @@ struct Failure {
     std::string hint;             // what the user can do about it; may be empty
 };
 
+// Windows reports a named pipe with every instance taken as this code; the
+// tool reads it as a busy board.
+inline constexpr uint32_t errorPipeBusy = 231;
+
 // The library's last-error code on this platform.
 uint32_t lastError();
 // A last-error code in words ("permission denied").
@@ -23,5 +27,8 @@ std::string errorWords(uint32_t code);
 std::string errorNumber(uint32_t code);
 // Why a device path could not be opened.
 Failure openFailure(const std::string &path, uint32_t code);
-// A command the board did not carry out: what, and the code it left.
-Failure linkFailure(const std::string &what, uint32_t code);
+// A command the board did not carry out: what, and the code it left; the
+// exit code follows from the code.
+Failure commandFailure(const std::string &what, uint32_t code);
+// A board command run with no board chosen and none attached.
+Failure noBoardFailure();

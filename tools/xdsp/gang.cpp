@@ -3,7 +3,6 @@
 #include "board_list.h"
 #include "child_processes.h"
 #include "output.h"
-#include "platform.h"
 #include "text.h"
 
 #include <algorithm>
@@ -17,10 +16,11 @@ struct BoardRow {
 };
 
 // The tool's own arguments without the board choice, then the one board.
-std::vector<std::string> childArguments(int argc, char **argv, const std::string &path) {
+std::vector<std::string> childArguments(const std::vector<std::string> &toolArguments,
+                                        const std::string &path) {
     std::vector<std::string> arguments;
-    for (int i = 1; i < argc; ++i) {
-        std::string argument = argv[i];
+    for (size_t i = 0; i < toolArguments.size(); ++i) {
+        const std::string &argument = toolArguments[i];
         if (argument == "--all" || argument.rfind("--index=", 0) == 0)
             continue;
         if (argument == "--index") {
@@ -34,15 +34,15 @@ std::vector<std::string> childArguments(int argc, char **argv, const std::string
     return arguments;
 }
 
-// What a child's line says about its failure, if anything.
-void noteFailure(BoardRow &row, const std::string &line, bool json) {
-    if (json) {
-        nlohmann::json event = nlohmann::json::parse(line, nullptr, false);
-        if (event.is_object() && event.value("event", "") == "error" && event.contains("text") &&
-            event["text"].is_string())
-            row.lastError = event["text"].get<std::string>();
-    } else if (line.rfind("xdsp: ", 0) == 0) {
-        row.lastError = line.substr(6);
+// What a child's line says about its failure, if anything: its JSON error
+// event, or its error line.
+void noteFailure(BoardRow &row, const std::string &line, const nlohmann::json &event) {
+    if (event.is_discarded()) {
+        if (line.rfind("xdsp: ", 0) == 0)
+            row.lastError = line.substr(6);
+    } else if (event.value("event", "") == "error" && event.contains("text") &&
+               event["text"].is_string()) {
+        row.lastError = event["text"].get<std::string>();
     }
 }
 
@@ -54,7 +54,7 @@ std::string resultText(const BoardRow &row, const ChildResult &result) {
 }
 } // namespace
 
-int runOnAllBoards(int argc, char **argv) {
+int runOnAllBoards(const std::vector<std::string> &toolArguments) {
     Output &output = Output::get();
     std::vector<ListedBoard> boards = discoverBoards();
     if (boards.empty())
@@ -67,11 +67,11 @@ int runOnAllBoards(int argc, char **argv) {
     std::vector<std::vector<std::string>> arguments;
     for (const ListedBoard &board : boards) {
         rows.push_back({board.path, board.product, {}});
-        arguments.push_back(childArguments(argc, argv, board.path));
+        arguments.push_back(childArguments(toolArguments, board.path));
     }
-    std::vector<ChildResult> results =
-        runChildren(selfExecutable(), arguments, [&](size_t child, const std::string &line) {
-            noteFailure(rows[child], line, json);
+    std::vector<ChildResult> results = runToolCopies(
+        arguments, [&](size_t child, const std::string &line, const nlohmann::json &event) {
+            noteFailure(rows[child], line, event);
             // JSON lines name their board already.
             std::string text = json ? line : "[" + rows[child].path + "] " + line;
             text += "\n";

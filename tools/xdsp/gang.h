@@ -2,5 +2,9 @@
 // (the library holds one board per process), then a summary table.
 #pragma once
 
-// argv as the tool was started; returns the highest exit code of the boards.
-int runOnAllBoards(int argc, char **argv);
+#include <string>
+#include <vector>
+
+// The tool's arguments as it was started, without its own name; returns the
+// highest exit code of the boards.
+int runOnAllBoards(const std::vector<std::string> &toolArguments);

@@ -12,32 +12,12 @@
 #include "text.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
+#include <functional>
 #include <optional>
 
 namespace {
-struct BoardChoice {
-    std::string device;
-    std::optional<size_t> index;
-    bool all = false;
-};
-
-// The device path that --index names, or --device as given (empty: the first
-// board, else the built-in emulator); none after a message.
-std::optional<std::string> chosenDevice(const BoardChoice &choice) {
-    if (!choice.index)
-        return choice.device;
-    std::vector<ListedBoard> boards = discoverBoards();
-    if (*choice.index < boards.size())
-        return boards[*choice.index].path;
-    Output::get().fail({exitNoBoard,
-                        "no board at index " + std::to_string(*choice.index) +
-                            ": `xdsp list` shows " + std::to_string(boards.size()),
-                        {},
-                        {}});
-    return std::nullopt;
-}
-
 // A hex word or address, "0x" allowed in front; none after a message.
 std::optional<uint32_t> hexArgument(const char *name, const std::string &text, uint32_t maxValue) {
     auto value = xdsp::emu::commandLine::hexValue(text, maxValue);
@@ -77,6 +57,51 @@ OutputMode outputMode(bool json, bool quiet) {
         return OutputMode::quiet;
     return stdoutIsTerminal() ? OutputMode::terminal : OutputMode::plain;
 }
+
+// A command of the tool: whether it works on a board (and so takes the board
+// options), whether --all may run it on every board, and what it does.
+struct Command {
+    CLI::App *app;
+    bool needsBoard;
+    bool allowedWithAll;
+    std::function<int(BoardSession &)> run;
+};
+
+// "info, ls, upload and boot": the commands that --all runs.
+std::string allowedWithAll(const std::vector<Command> &commands) {
+    std::vector<std::string> names;
+    for (const Command &command : commands)
+        if (command.allowedWithAll)
+            names.push_back(command.app->get_name());
+    std::string text;
+    for (size_t i = 0; i < names.size(); ++i)
+        text += (i == 0 ? "" : i + 1 == names.size() ? " and " : ", ") + names[i];
+    return text;
+}
+
+// Runs the chosen command, once its board options were checked against it.
+int runCommand(const std::vector<Command> &commands, CLI::App *chosen, const BoardChoice &choice,
+               const std::vector<std::string> &toolArguments) {
+    Output &output = Output::get();
+    auto command = std::find_if(commands.begin(), commands.end(),
+                                [chosen](const Command &entry) { return entry.app == chosen; });
+    if (command == commands.end())
+        return output.fail({exitSoftware, "no command " + chosen->get_name(), {}, {}});
+    bool boardChosen = !choice.device.empty() || choice.index || choice.builtInEmulator;
+    if (choice.all && !command->allowedWithAll)
+        return output.fail({exitUsage, "--all works with " + allowedWithAll(commands), {}, {}});
+    if (boardChosen && !command->needsBoard)
+        return output.fail({exitUsage,
+                            chosen->get_name() +
+                                " works on no board: --device, --index and --emulator are for "
+                                "the board commands",
+                            {},
+                            {}});
+    if (choice.all)
+        return runOnAllBoards(toolArguments);
+    BoardSession session(choice);
+    return command->run(session);
+}
 } // namespace
 
 int main(int argc, char **argv) {
@@ -86,16 +111,17 @@ int main(int argc, char **argv) {
     bool verbose = false, json = false, quiet = false;
     BoardChoice choice;
     app.add_flag("-v,--verbose", verbose, "Print the library's debug output on stderr");
-    app.add_flag("--json", json, "One JSON object per line on stdout (see the README)");
+    app.add_flag("--json", json, "One JSON object per line on stdout (see docs/tool.md)");
     app.add_flag("-q,--quiet", quiet, "Results and errors only");
-    auto *device = app.add_option("-d,--device", choice.device,
-                                  "Device path (default: the first board, else the built-in "
-                                  "emulator)");
+    auto *device =
+        app.add_option("-d,--device", choice.device, "Device path (default: the first board)");
     auto *index = app.add_option("--index", choice.index, "The Nth board that `xdsp list` shows");
-    auto *all =
-        app.add_flag("--all", choice.all, "Every listed board at once (info, ls, upload, boot)");
-    device->excludes(index);
-    all->excludes(device)->excludes(index);
+    auto *emulator = app.add_flag("--emulator", choice.builtInEmulator,
+                                  "The built-in emulator, with its flash kept between commands");
+    auto *all = app.add_flag("--all", choice.all);
+    device->excludes(index)->excludes(emulator);
+    index->excludes(emulator);
+    all->excludes(device)->excludes(index)->excludes(emulator);
 
     auto *info = app.add_subcommand("info", "Open a board and print what it reports");
     auto *list = app.add_subcommand("list", "List the attached boards and running emulators");
@@ -153,10 +179,10 @@ int main(int argc, char **argv) {
         ->add_option("BYTES", audioRequest.number,
                      "Even length, 2 to " + std::to_string(echoLimit) + " (default 64)");
 
-    EmulatorRequest emulator;
+    EmulatorRequest served;
     auto *emu = app.add_subcommand("emu", "Serve an emulated board until interrupted, at PATH or "
                                           "in the per-user runtime folder where `list` finds it");
-    addEmulatorOptions(*emu, emulator);
+    addEmulatorOptions(*emu, served);
 
     auto *udevRule =
         app.add_subcommand("udev-rule", "Print a udev rule that lets users open the boards");
@@ -170,56 +196,53 @@ int main(int argc, char **argv) {
     for (CLI::App *command : audio->get_subcommands({}))
         command->fallthrough();
 
+    const std::vector<Command> commands = {
+        {list, false, false, [](BoardSession &) { return listBoards(); }},
+        {info, true, true, [](BoardSession &session) { return showInfo(session); }},
+        {ls, true, true, [](BoardSession &session) { return listFiles(session); }},
+        {uploadCommand, true, true,
+         [&upload](BoardSession &session) { return uploadFile(session, upload); }},
+        {boot, true, true, [](BoardSession &session) { return bootProgram(session); }},
+        {gpio, true, false,
+         [&gpioOutput](BoardSession &session) -> int {
+             std::optional<uint32_t> word;
+             if (gpioOutput && !(word = hexArgument("--set", *gpioOutput, 0xFFFF)))
+                 return exitUsage;
+             return showGpio(session, word ? std::optional<uint16_t>(static_cast<uint16_t>(*word))
+                                           : std::nullopt);
+         }},
+        {adc, true, false, [](BoardSession &session) { return showAdc(session); }},
+        {stat, true, false, [](BoardSession &session) { return showStatus(session); }},
+        {flash, true, false,
+         [&](BoardSession &session) {
+             std::optional<uint32_t> address = hexArgument("ADDRESS", flashAddress, 0xFFFFFFFF);
+             return address ? dumpFlash(session, *address, flashCount) : exitUsage;
+         }},
+        {audio, true, false,
+         [&](BoardSession &session) {
+             audioRequest.action = audio->get_subcommands().front()->get_name();
+             return runAudio(session, audioRequest);
+         }},
+        {emu, false, false, [&served](BoardSession &) { return runEmulator(served); }},
+        {udevRule, false, false, [](BoardSession &) { return printUdevRule(); }},
+    };
+    all->description("Every listed board at once (" + allowedWithAll(commands) + ")");
+
+    std::vector<std::string> arguments = utf8Arguments(argc, argv);
+
     try {
-        app.parse(argc, argv);
+        std::vector<char *> words{argv[0]};
+        for (std::string &argument : arguments)
+            words.push_back(argument.data());
+        app.parse(static_cast<int>(words.size()), words.data());
     } catch (const CLI::ParseError &error) {
         int code = app.exit(error);
         return code == 0 ? exitSuccess : exitUsage;
     }
-    CLI::App *command = app.get_subcommands().front();
     Output &output = Output::get();
-    output.configure(outputMode(json, quiet), command->get_name());
+    CLI::App *chosen = app.get_subcommands().front();
+    output.configure(outputMode(json, quiet), chosen->get_name());
     routeLibraryMessages(verbose);
 
-    if (choice.all) {
-        if (command != info && command != ls && command != uploadCommand && command != boot)
-            return output.finish(
-                output.fail({exitUsage, "--all works with info, ls, upload and boot", {}, {}}));
-        return runOnAllBoards(argc, argv);
-    }
-    if (command == list)
-        return output.finish(listBoards());
-    if (command == udevRule)
-        return output.finish(printUdevRule());
-    if (command == emu)
-        return output.finish(runEmulator(emulator));
-
-    std::optional<std::string> path = chosenDevice(choice);
-    if (!path)
-        return output.finish(exitNoBoard);
-    if (command == info)
-        return output.finish(showInfo(*path));
-    if (command == ls)
-        return output.finish(listFiles(*path));
-    if (command == uploadCommand)
-        return output.finish(uploadFile(*path, upload));
-    if (command == boot)
-        return output.finish(bootProgram(*path));
-    if (command == gpio) {
-        std::optional<uint32_t> word;
-        if (gpioOutput && !(word = hexArgument("--set", *gpioOutput, 0xFFFF)))
-            return output.finish(exitUsage);
-        return output.finish(showGpio(
-            *path, word ? std::optional<uint16_t>(static_cast<uint16_t>(*word)) : std::nullopt));
-    }
-    if (command == adc)
-        return output.finish(showAdc(*path));
-    if (command == stat)
-        return output.finish(showStatus(*path));
-    if (command == flash) {
-        std::optional<uint32_t> address = hexArgument("ADDRESS", flashAddress, 0xFFFFFFFF);
-        return output.finish(address ? dumpFlash(*path, *address, flashCount) : exitUsage);
-    }
-    audioRequest.action = audio->get_subcommands().front()->get_name();
-    return output.finish(runAudio(*path, audioRequest));
+    return output.finish(runCommand(commands, chosen, choice, arguments));
 }

@@ -18,5 +18,8 @@ std::string emulatorEndpoint(unsigned number);
 std::vector<std::string> emulatorEndpoints();
 // A private endpoint for the built-in emulator of this process.
 std::string builtInEndpoint();
+// The arguments after the program's name, in UTF-8 whatever the system's
+// code page.
+std::vector<std::string> utf8Arguments(int argc, char **argv);
 // This program's path, for starting copies of itself.
 std::string selfExecutable();

@@ -96,6 +96,10 @@ std::string builtInEndpoint() {
     return (folder.empty() ? "/tmp" : folder) + "/builtin-" + std::to_string(getpid()) + ".sock";
 }
 
+std::vector<std::string> utf8Arguments(int argc, char **argv) {
+    return {argv + 1, argv + argc};
+}
+
 std::string selfExecutable() {
     char path[4096];
     ssize_t length = readlink("/proc/self/exe", path, sizeof path - 1);

@@ -1,11 +1,15 @@
 #include "platform.h"
 
+#include "text.h"
+
 #include <cstdio>
 #include <cstdlib>
 #include <direct.h>
 #include <fcntl.h>
 #include <io.h>
 #include <windows.h>
+// After windows.h, whose types it uses.
+#include <shellapi.h>
 
 namespace {
 constexpr unsigned endpointLimit = 16; // pipes cannot be listed, only tried
@@ -59,8 +63,21 @@ std::string builtInEndpoint() {
     return "\\\\.\\pipe\\xdsp-" + userName() + "-builtin-" + std::to_string(GetCurrentProcessId());
 }
 
+std::vector<std::string> utf8Arguments(int argc, char **argv) {
+    // argv is in the ANSI code page; the wide command line holds every character.
+    int count = 0;
+    wchar_t **wide = CommandLineToArgvW(GetCommandLineW(), &count);
+    if (wide == nullptr)
+        return {argv + 1, argv + argc};
+    std::vector<std::string> arguments;
+    for (int i = 1; i < count; ++i)
+        arguments.push_back(toUtf8(wide[i]));
+    LocalFree(wide);
+    return arguments;
+}
+
 std::string selfExecutable() {
-    char path[MAX_PATH] = {};
-    DWORD length = GetModuleFileNameA(nullptr, path, MAX_PATH);
-    return length > 0 && length < MAX_PATH ? std::string(path, length) : "xdsp.exe";
+    wchar_t path[MAX_PATH] = {};
+    DWORD length = GetModuleFileNameW(nullptr, path, MAX_PATH);
+    return length > 0 && length < MAX_PATH ? toUtf8(path) : "xdsp.exe";
 }

@@ -11,6 +11,9 @@ ProgressMeter *current = nullptr;
 constexpr int32_t dataFirstPercent = 25;
 constexpr int32_t dataLastPercent = 80;
 constexpr int barWidth = 30;
+// The rate means something once data has gone out for this long: before it,
+// one packet more or less swings it many times over.
+constexpr double rateSettleSeconds = 0.25;
 
 std::string timeText(double seconds) {
     auto whole = static_cast<long long>(seconds + 0.5);
@@ -58,28 +61,39 @@ void ProgressMeter::update(int32_t percent) {
     double dataSeconds =
         dataStartedKnown_ ? std::chrono::duration<double>(now - dataStarted_).count() : 0.0;
     // The rate of the data alone; the steps after it send no data.
-    if (percent <= dataLastPercent && dataSeconds > 0)
+    if (percent <= dataLastPercent && bytes > 0 && dataSeconds >= rateSettleSeconds) {
         rate_ = static_cast<double>(bytes) / dataSeconds;
+        rateKnown_ = true;
+    }
     double rate = rate_;
     double elapsed = std::chrono::duration<double>(now - started_).count();
-    double left = percent > 0 ? elapsed * (100 - percent) / percent : 0.0;
+    double left = elapsed * (100 - percent) / std::max(percent, 1);
+    std::string rateWords = rateKnown_ ? byteText(rate) : "-- B";
+    std::string leftWords = rateKnown_ ? timeText(left) : "--:--";
 
     Output &output = Output::get();
     switch (output.mode()) {
     case OutputMode::quiet:
         return;
-    case OutputMode::json:
+    case OutputMode::json: {
+        // null until the rate means something.
+        nlohmann::ordered_json rateField, leftField;
+        if (rateKnown_) {
+            rateField = static_cast<uint64_t>(rate);
+            leftField = static_cast<uint64_t>(left + 0.5);
+        }
         output.event("progress", {{"percent", percent},
                                   {"bytes", bytes},
                                   {"total", total_},
-                                  {"bytes_per_second", static_cast<uint64_t>(rate)},
-                                  {"seconds_left", static_cast<uint64_t>(left + 0.5)}});
+                                  {"bytes_per_second", rateField},
+                                  {"seconds_left", leftField}});
         return;
+    }
     case OutputMode::plain:
         std::printf("upload %3d%%  %s of %s  %s/s  %s left\n", percent,
                     byteText(static_cast<double>(bytes)).c_str(),
-                    byteText(static_cast<double>(total_)).c_str(), byteText(rate).c_str(),
-                    timeText(left).c_str());
+                    byteText(static_cast<double>(total_)).c_str(), rateWords.c_str(),
+                    leftWords.c_str());
         std::fflush(stdout);
         return;
     case OutputMode::terminal:
@@ -90,7 +104,7 @@ void ProgressMeter::update(int32_t percent) {
     std::snprintf(line, sizeof line, "Uploading [%s%s] %3d%%  %10s/s  %s left",
                   std::string(static_cast<size_t>(filled), '#').c_str(),
                   std::string(static_cast<size_t>(barWidth - filled), '.').c_str(), percent,
-                  byteText(rate).c_str(), timeText(left).c_str());
+                  rateWords.c_str(), leftWords.c_str());
     if (line == lastDrawn_)
         return;
     lastDrawn_ = line;

@@ -32,7 +32,8 @@ class ProgressMeter {
     Clock::time_point dataStarted_{};
     bool dataStartedKnown_ = false;
     int32_t lastPercent_ = -1;
-    double rate_ = 0; // bytes per second
+    double rate_ = 0;        // bytes per second
+    bool rateKnown_ = false; // "--" until then
     std::string lastDrawn_;
     bool barOpen_ = false;
 };

@@ -5,6 +5,8 @@
 
 #include <string>
 
+// UTF-16 to UTF-8 and back; half a surrogate pair, and bytes that are not
+// well-formed UTF-8, become U+FFFD.
 std::string toUtf8(const xdsp_char16 *text);
 std::basic_string<xdsp_char16> fromUtf8(const std::string &text);
 // An OLE automation date as "YYYY-MM-DD hh:mm:ss"; "-" for none (0.0), and
