@@ -62,7 +62,6 @@ class AudioWire : public BothModesTest {
 } // namespace
 
 TEST_P(AudioWire, ValueCommandsSendOneWordAndReadTheResult) {
-    ASSERT_TRUE(scripted.opened());
     // Bytes 6-7 match no command: only the magic and bytes 8-9 count.
     peer.respond([](const Bytes &, const SpiTransfer &) {
         return userReply({0x99, 0x77, 0x12, 0x34});
@@ -98,7 +97,6 @@ TEST_P(AudioWire, ValueCommandsSendOneWordAndReadTheResult) {
 }
 
 TEST_P(AudioWire, ResetWritesSixBytesAndReadsNothing) {
-    ASSERT_TRUE(scripted.opened());
     Halvio_Reset();
     // A transfer without a read returns before the board has carried it out.
     ASSERT_TRUE(eventually([&] { return !peer.transfers().empty(); }));
@@ -108,7 +106,6 @@ TEST_P(AudioWire, ResetWritesSixBytesAndReadsNothing) {
 }
 
 TEST_P(AudioWire, EchoSendsWholeWordsAndComparesThem) {
-    ASSERT_TRUE(scripted.opened());
     // The firmware's echo: the packet's data after the reply's header.
     peer.respond([](const Bytes &command, const SpiTransfer &) {
         return concat(userReply({0x38, command.at(5)}), Bytes(command.begin() + 6, command.end()));
@@ -148,7 +145,6 @@ TEST_P(AudioWire, EchoSendsWholeWordsAndComparesThem) {
 }
 
 TEST_P(AudioWire, EchoMismatchDumpsBothSidesFromTheFirstDifference) {
-    ASSERT_TRUE(scripted.opened());
     size_t spoilt = 3;
     peer.respond([&](const Bytes &command, const SpiTransfer &) {
         Bytes reply =
@@ -180,7 +176,6 @@ TEST_P(AudioWire, EchoMismatchDumpsBothSidesFromTheFirstDifference) {
 }
 
 TEST_P(AudioWire, LoadFilenameDecodesTheBlockIntoTheCallersBuffers) {
-    ASSERT_TRUE(scripted.opened());
     uint8_t lengthByte = 0x41;
     bool magic = true;
     std::string fileName = "Hall A";
@@ -191,8 +186,7 @@ TEST_P(AudioWire, LoadFilenameDecodesTheBlockIntoTheCallersBuffers) {
     });
 
     Char16 name[64] = {'x', 'y'};
-    double created = -1.0;
-    double modified = -1.0;
+    double created = -1.0, modified = -1.0;
     Halvio_LoadFilename(7, name, 64, &created, &modified);
     EXPECT_EQ(Text(name), WIDE("Hall A"));
     EXPECT_NEAR(modified, march, 1e-6);

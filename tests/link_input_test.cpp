@@ -177,17 +177,16 @@ TEST(ResponseDispatch, FixedSizeRecordsAndTheProductNameLine) {
     Capture capture;
     AcceptanceRun run;
     uint8_t sequence = 0x40;
-    struct Case {
+    const struct {
         uint16_t code;
         uint8_t *store;
         size_t size;
-    };
-    const Case cases[] = {{0xF000, shared.productNameRecord, XDSP_PRODUCT_NAME_RECORD_SIZE},
-                          {0xF001, shared.layoutRecord, XDSP_LAYOUT_RECORD_SIZE},
-                          {0xF100, shared.pellixRecord, XDSP_PELLIX_RECORD_SIZE},
-                          {0xF201, shared.pinRecord, 500},
-                          {0xF225, shared.calibrationRecord, XDSP_CALIBRATION_BLOCK_SIZE}};
-    for (const Case &each : cases) {
+    } cases[] = {{0xF000, shared.productNameRecord, XDSP_PRODUCT_NAME_RECORD_SIZE},
+                 {0xF001, shared.layoutRecord, XDSP_LAYOUT_RECORD_SIZE},
+                 {0xF100, shared.pellixRecord, XDSP_PELLIX_RECORD_SIZE},
+                 {0xF201, shared.pinRecord, 500},
+                 {0xF225, shared.calibrationRecord, XDSP_CALIBRATION_BLOCK_SIZE}};
+    for (const auto &each : cases) {
         auto report = inputReport(each.code, sequence++);
         for (size_t i = 0; i < 500; ++i)
             report[input::payload + i] = static_cast<uint8_t>(i + 1);

@@ -70,6 +70,7 @@ inline size_t expectExchange(const std::vector<SpiTransfer> &transfers, size_t a
 // Cases that run once with the read prefix and once without.
 class BothModesTest : public ::testing::TestWithParam<bool> {
   protected:
+    void SetUp() override { ASSERT_TRUE(scripted.opened()); }
     bool prefix() const { return GetParam(); }
     ScriptedBoard scripted{GetParam()};
 };

@@ -82,10 +82,8 @@ class AttachedBoard : public ::testing::Test {
     }
     void TearDown() override {
         DestroyHIDUSBPacket();
-        if (HasFailure()) {
-            std::string text;
+        if (HasFailure())
             std::printf("The library's debug output:\n%s\n", narrow(debug.joined()).c_str());
-        }
         testbed_.reset();
     }
     // Opens the link and waits for the second INIT's answer, the board's name.
@@ -159,9 +157,7 @@ TEST_F(AttachedBoard, NodeOpensOnceAndItsDescriptorGivesTheLengths) {
     xdsp_handle first = OpenUSBHIDDevicePath(boardPath);
     ASSERT_NE(first, nullptr);
     EXPECT_EQ(xdsp_last_error(), XDSP_ERROR_SUCCESS);
-    uint32_t input = 1;
-    uint32_t output = 1;
-    uint32_t feature = 1;
+    uint32_t input = 1, output = 1, feature = 1;
     EXPECT_EQ(GetHIDUSBSizes(first, &input, &output, &feature), 1);
     EXPECT_EQ(input, 64u);
     EXPECT_EQ(output, 33u);
@@ -197,19 +193,6 @@ TEST_F(AttachedBoard, LinkCarriesSpiTransfersReportByReport) {
     EXPECT_EQ(testbed().node().shortReads(), 0u) << "every read asked for a whole report";
     EXPECT_EQ(debug.count(u"HID::HID Read Error\n"), 0u);
     EXPECT_EQ(DestroyHIDUSBPacket(), 1);
-}
-
-TEST_F(AttachedBoard, WholeUploadVerifies) {
-    start(withBootLoader());
-    openLink();
-    ASSERT_EQ(BootLoader_Init(2, 2), 1);
-    EXPECT_EQ(BootLoader_GetMemory(), 2097152u);
-    std::vector<uint8_t> data = sample(1500, 7);
-    ASSERT_EQ(BootLoader_Send(4, 2, 0x30000, 0x32000, u"coefficients.dat", data.data(), 1500, 0,
-                              nullptr, 0),
-              1);
-    EXPECT_EQ(xdsp_last_error(), XDSP_ERROR_SUCCESS) << "the checksums agree";
-    EXPECT_EQ(BootLoader_GetFileChecksum(4), BootLoader_ComputeFileChecksum(data.data(), 1500));
 }
 
 TEST_F(AttachedBoard, NodeWithoutReadPermissionIsRefused) {
