@@ -7,6 +7,7 @@
 #include "bootloader/ole_date.h"
 #include "support/commands.h"
 #include "support/emulated_board.h"
+#include "support/sample_bytes.h"
 #include "support/scripted_board.h"
 
 #include <gtest/gtest.h>
@@ -65,13 +66,6 @@ Entry entry(int32_t index) {
     return read;
 }
 
-Bytes sample(size_t length, uint8_t seed) {
-    Bytes data(length);
-    for (size_t i = 0; i < length; ++i)
-        data[i] = static_cast<uint8_t>(i * 29 + seed);
-    return data;
-}
-
 constexpr double oneSecond = 1.0 / 86400;
 
 class EmulatedBootLoader : public ::testing::TestWithParam<bool> {
@@ -111,7 +105,7 @@ TEST_P(EmulatedBootLoader, IdentifiesThroughTheFiller) {
 
 TEST_P(EmulatedBootLoader, UploadsTwiceAndTheDatesComeBack) {
     open();
-    Bytes first = sample(700, 3);
+    Bytes first = sampleBytes(700, 3);
     double before = bootloader::oleDateNow();
     ASSERT_EQ(BootLoader_Send(4, 2, 0x30000, 0x32000, WIDE("coefficients.dat"), first.data(), 700,
                               0, nullptr, 0),
@@ -131,7 +125,7 @@ TEST_P(EmulatedBootLoader, UploadsTwiceAndTheDatesComeBack) {
     forget(emulated());
     withFaults(emulated(), [](emu::BootLoaderFaults &faults) { faults.wrongChecksumReplies = 1; });
     os::sleepMs(1100);
-    Bytes second = sample(333, 9);
+    Bytes second = sampleBytes(333, 9);
     ASSERT_EQ(BootLoader_Send(4, 2, 0x30000, 0x32000, WIDE("coefficients.dat"), second.data(), 333,
                               0, nullptr, 0),
               1);
@@ -150,7 +144,7 @@ TEST_P(EmulatedBootLoader, UploadsTwiceAndTheDatesComeBack) {
 
 TEST_P(EmulatedBootLoader, BootFileThenRun) {
     open();
-    Bytes image = sample(1000, 1);
+    Bytes image = sampleBytes(1000, 1);
     ASSERT_EQ(BootLoader_Send(31415, 0, 0, 0, nullptr, image.data(), 1000, 0, nullptr, 0), 1);
     EXPECT_EQ(os::lastError(), XDSP_ERROR_SUCCESS)
         << "the boot file's sum leaves out its first 256 bytes";

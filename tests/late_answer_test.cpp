@@ -5,6 +5,7 @@
 // write-only half of a boot-loader command woke the read that followed and
 // identification read "0.00" and "00 00 00 00".
 #include "support/commands.h"
+#include "support/sample_bytes.h"
 
 #include <gtest/gtest.h>
 
@@ -28,13 +29,6 @@ std::string caseName(const ::testing::TestParamInfo<Answering> &info) {
     if (answering.lateAnswerReports != 0)
         name += "Late" + std::to_string(answering.lateAnswerReports);
     return name;
-}
-
-Bytes pattern(size_t length, uint8_t seed) {
-    Bytes data(length);
-    for (size_t i = 0; i < length; ++i)
-        data[i] = static_cast<uint8_t>(i * 37 + seed);
-    return data;
 }
 
 class LateAnswers : public ::testing::TestWithParam<Answering> {
@@ -69,7 +63,7 @@ TEST_P(LateAnswers, BootLoaderIdentifiesUploadsAndReadsItsTable) {
         EXPECT_EQ(Text(BootLoader_GetDSP()), WIDE("21 46 90 01"));
     }
 
-    Bytes data = pattern(700, 5);
+    Bytes data = sampleBytes(700, 5);
     ASSERT_EQ(BootLoader_Send(3, 2, 0x30000, 0x32000, WIDE("late.bin"), data.data(),
                               static_cast<uint32_t>(data.size()), 0, nullptr, 0),
               1);
@@ -96,14 +90,14 @@ TEST_P(LateAnswers, BootLoaderIdentifiesUploadsAndReadsItsTable) {
 TEST_P(LateAnswers, TransfersFlashAndTedsReadTheirOwnAnswers) {
     open({});
     for (uint8_t round = 0; round < 6; ++round) {
-        Bytes written = pattern(24, round);
+        Bytes written = sampleBytes(24, round);
         ASSERT_EQ(WriteSPIEx(2, 0, 0, 3, 50, written.data(), 24, nullptr, 0), 1);
         Bytes read(24, 0xEE);
         ASSERT_EQ(WriteSPIEx(2, 0, 0, 3, 50, nullptr, 0, read.data(), 24), 1);
         EXPECT_EQ(read, written) << "round " << int{round};
     }
 
-    Bytes flash = pattern(64, 9);
+    Bytes flash = sampleBytes(64, 9);
     ASSERT_EQ(WriteFLASH(0x4000, 0, flash.data(), 64), 1);
     const uint8_t poke[] = {1, 2, 3, 4};
     ASSERT_EQ(WriteSPIEx(2, 0, 0, 3, 50, poke, 4, nullptr, 0), 1);
@@ -111,7 +105,7 @@ TEST_P(LateAnswers, TransfersFlashAndTedsReadTheirOwnAnswers) {
     ASSERT_EQ(ReadFLASH(0x4000, readBack.data(), 64), 1);
     EXPECT_EQ(readBack, flash);
 
-    Bytes teds = pattern(32, 77);
+    Bytes teds = sampleBytes(32, 77);
     ASSERT_EQ(WriteTEDS(0x10, teds.data(), 32, nullptr, 0), 1);
     ASSERT_EQ(WriteSPIEx(2, 0, 0, 3, 50, poke, 4, nullptr, 0), 1);
     Bytes tedsRead(32, 0xEE);
@@ -133,7 +127,7 @@ TEST_P(LateAnswers, AudioCommandsReadTheirOwnAnswers) {
     double created = 0, modified = 0;
     Halvio_LoadFilename(2, name, 32, &created, &modified);
     EXPECT_EQ(Text(name), WIDE("Studio B"));
-    Bytes echoed = pattern(40, 3);
+    Bytes echoed = sampleBytes(40, 3);
     EXPECT_EQ(Halvio_Echo(echoed.data(), 40), 1);
 }
 

@@ -4,6 +4,7 @@
 // Runs under umockdev-wrapper.
 #include "support/capture.h"
 #include "support/emulated_board.h"
+#include "support/sample_bytes.h"
 #include "umockdev/board_testbed.h"
 
 #include <xdsp/xdsp.h>
@@ -65,13 +66,6 @@ emu::BoardOptions withBootLoader() {
     emu::BoardOptions options;
     options.bootLoader = emu::BootLoaderOptions{};
     return options;
-}
-
-std::vector<uint8_t> sample(size_t length, uint8_t seed) {
-    std::vector<uint8_t> data(length);
-    for (size_t i = 0; i < length; ++i)
-        data[i] = static_cast<uint8_t>(i * 31 + seed);
-    return data;
 }
 
 class AttachedBoard : public ::testing::Test {
@@ -182,7 +176,7 @@ TEST_F(AttachedBoard, LinkCarriesSpiTransfersReportByReport) {
     for (uint32_t length : {300u, 16u}) {
         if (length == 16)
             testbed().node().cutInputReports(1000000, 120);
-        std::vector<uint8_t> written = sample(length, 5);
+        std::vector<uint8_t> written = sampleBytes(length, 5);
         std::vector<uint8_t> read(length, 0xEE);
         for (int round = 0; round < 3; ++round) {
             written[0] = static_cast<uint8_t>(round);
@@ -231,7 +225,7 @@ TEST_F(AttachedBoard, NodeRemovedDuringAnUploadAndPutBack) {
     start(withBootLoader());
     openLink();
     ASSERT_EQ(BootLoader_Init(2, 2), 1);
-    std::vector<uint8_t> data = sample(1000, 11);
+    std::vector<uint8_t> data = sampleBytes(1000, 11);
     // The mismatch line shows the sum without the last byte, the second try.
     uint16_t sum = BootLoader_ComputeFileChecksum(data.data(), 999);
 
@@ -261,7 +255,7 @@ TEST_F(AttachedBoard, NodeRemovedDuringAnUploadAndPutBack) {
         wrote(debug, u"HID: CreateFile Error: The system cannot find the file specified.\r\n\n"));
 
     ASSERT_TRUE(eventually([] { return IsOnline() == 1; }));
-    std::vector<uint8_t> second = sample(800, 12);
+    std::vector<uint8_t> second = sampleBytes(800, 12);
     EXPECT_EQ(
         BootLoader_Send(4, 2, 0x30000, 0x32000, u"second.dat", second.data(), 800, 0, nullptr, 0),
         1);

@@ -5,6 +5,7 @@
 #include "board.h"
 #include "os/report_descriptor.h"
 #include "support/capture.h"
+#include "support/sample_bytes.h"
 #include "wine_hid/wine_boards.h"
 
 #include <xdsp/xdsp.h>
@@ -62,13 +63,6 @@ bool askBridge(const std::string &request) {
 bool underWine() {
     HMODULE ntdll = GetModuleHandleW(L"ntdll.dll");
     return ntdll != nullptr && GetProcAddress(ntdll, "wine_get_version") != nullptr;
-}
-
-std::vector<uint8_t> sample(size_t length, uint8_t seed) {
-    std::vector<uint8_t> data(length);
-    for (size_t i = 0; i < length; ++i)
-        data[i] = static_cast<uint8_t>(i * 31 + seed);
-    return data;
 }
 
 class WineHid : public ::testing::Test {
@@ -153,7 +147,7 @@ TEST_F(WineHid, OpensExclusivelyWithTheLengthsOfTheDescriptor) {
 TEST_F(WineHid, LinkCarriesSpiTransfers) {
     openLink(boardPath(secondProductId));
     for (uint32_t length : {1u, 16u, 30u}) {
-        std::vector<uint8_t> written = sample(length, static_cast<uint8_t>(length));
+        std::vector<uint8_t> written = sampleBytes(length, static_cast<uint8_t>(length));
         std::vector<uint8_t> read(length, 0xEE);
         ASSERT_EQ(WriteSPI(2, 0, 3, 50, written.data(), length, read.data(), length), 1) << length;
         EXPECT_EQ(read, written) << length << " bytes";
@@ -165,7 +159,7 @@ TEST_F(WineHid, LinkCarriesSpiTransfers) {
 TEST_F(WineHid, WholeUploadVerifies) {
     openLink(boardPath(firstProductId));
     ASSERT_EQ(BootLoader_Init(2, 2), 1);
-    std::vector<uint8_t> data = sample(3000, 7);
+    std::vector<uint8_t> data = sampleBytes(3000, 7);
     ASSERT_EQ(BootLoader_Send(4, 2, 0x30000, 0x32000, WIDE("coefficients.dat"), data.data(),
                               static_cast<uint32_t>(data.size()), 0, nullptr, 0),
               1);
