@@ -38,11 +38,19 @@ bool isKnownCode(uint16_t code) {
 Link board;
 SharedState &shared = board.shared;
 
+// The command on the wire is the one staged last, so every accepted answer
+// with a payload is this command's and wakes the caller.
 PollRun &fuzzRun() {
     static PollRun run;
+    static uint8_t wire[output::payload] = {};
+    static uint8_t staged[output::payload] = {};
     run.link = &board;
+    run.writeBuffer = wire;
+    run.stagingReport = staged;
     if (run.responseEvent == nullptr)
         run.responseEvent = xdsp::os::eventCreate();
+    if (run.lock == nullptr)
+        run.lock = xdsp::os::lockCreate();
     return run;
 }
 
