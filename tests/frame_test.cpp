@@ -36,9 +36,14 @@ TEST(VersionQuery, FillsOnlyWhatTheRecordSizeAllows) {
 TEST(ErrorText, SystemTextOrUnknownWithSignedCode) {
     Char16 expected[256];
     ASSERT_TRUE(xdsp::os::systemErrorText(6, expected, 256));
-    EXPECT_EQ(Text(xdsp::errorText(6)), Text(expected));
-    EXPECT_EQ(Text(xdsp::errorText(0xE0001234u)), Text(WIDE("Unknown Error: -536866252")));
-    EXPECT_EQ(Text(xdsp::errorText(12345678u)), Text(WIDE("Unknown Error: 12345678")));
+    auto textOf = [](uint32_t code) {
+        Char16 text[xdsp::errorTextChars];
+        xdsp::errorTextInto(code, text);
+        return Text(text);
+    };
+    EXPECT_EQ(textOf(6), Text(expected));
+    EXPECT_EQ(textOf(0xE0001234u), Text(WIDE("Unknown Error: -536866252")));
+    EXPECT_EQ(textOf(12345678u), Text(WIDE("Unknown Error: 12345678")));
 }
 
 TEST(BoundedString, CutsToCapacityAlwaysTerminatesAndFormatsTheDebugLines) {

@@ -41,11 +41,25 @@ struct InitialisationRecord {
     uint32_t memorySize = 0;
 };
 
+// Follows an upload's data for a board handle, which can stop it between
+// packets. The exports have none: their callers see percentages only.
+class UploadWatch {
+  public:
+    // After each packet: the file's bytes sent so far. False stops the upload
+    // before its next packet.
+    virtual bool carryOn(uint64_t sent, uint64_t total) = 0;
+    virtual bool cancelled() const = 0;
+
+  protected:
+    ~UploadWatch() = default;
+};
+
 // Unguarded but the settings: one boot-loader operation runs at a time.
 struct BootLoaderState {
     explicit BootLoaderState(link::Link &boardLink) : link(boardLink) {}
 
     link::Link &link;
+    UploadWatch *uploadWatch = nullptr;
     BootLoaderSettings settings;
     FileDescriptor fileTable[fileCount]{};
     IdentificationAnswers answers;

@@ -165,7 +165,7 @@ bool buildFileTable(BootLoaderState &state) {
             reportTableFailure(reply);
             // compat: shown whatever BootLoader_Send's show-errors flag says, with no
             // caption (the system's default one), as it has always been shown.
-            os::messageBox(WIDE("FAI Error"), nullptr, os::messageStyle::exclamation);
+            showMessage(WIDE("FAI Error"), nullptr, os::messageStyle::exclamation);
             return false;
         }
     }

@@ -23,6 +23,13 @@ void sendPacket(BootLoaderState &state, const uint8_t *packet) {
                  packetReplyLength);
 }
 
+// False when the upload's watch asks it to stop.
+bool carryOn(BootLoaderState &state, int64_t sent, int64_t total) {
+    UploadWatch *watch = state.uploadWatch;
+    return watch == nullptr ||
+           watch->carryOn(static_cast<uint64_t>(sent), static_cast<uint64_t>(total));
+}
+
 void report(xdsp_progress_callback callback, int32_t percent, uint32_t context) {
     if (callback != nullptr)
         os::callProgress(callback, percent, context);
@@ -68,6 +75,8 @@ bool sendFile(BootLoaderState &state, const uint8_t *data, int32_t length, int32
         buildDataPacket(packet, data + offset, packetDataBytes);
         sendPacket(state, packet);
         report(callback, packetProgress(progressStart, progressEnd, offset, total), context);
+        if (!carryOn(state, offset + full, total))
+            return false;
         // compat: 10 ms between packets, the pacing boards have always been given.
         os::sleepMs(packetPauseMs);
     }
@@ -78,6 +87,8 @@ bool sendFile(BootLoaderState &state, const uint8_t *data, int32_t length, int32
         buildDataPacket(packet, data + offset, static_cast<size_t>(remaining));
         sendPacket(state, packet);
     }
+    // Everything is on the board by now: a stop asked for here comes too late.
+    carryOn(state, total, total);
     report(callback, progressEnd, context);
     // compat: always 1; packet replies are not judged, the checksum after the close is.
     return true;

@@ -45,7 +45,7 @@ class Upload {
     // have always been shown.
     void fault(const Char16 *text) const {
         if (showErrors_)
-            os::messageBox(text, nullptr, os::messageStyle::exclamation);
+            showMessage(text, nullptr, os::messageStyle::exclamation);
     }
 
   private:
@@ -136,6 +136,9 @@ bool uploadFile(BootLoaderState &state, int32_t fileIndex, int16_t type, uint32_
     if (!isBootFile && !retypeAndRefresh(state, upload, index, type, allocationChanged))
         return false;
     upload.progress(15);
+    // The last point where the file is still as it was.
+    if (state.uploadWatch != nullptr && !state.uploadWatch->carryOn(0, length))
+        return false;
 
     bool formatted =
         isBootFile ? formatBootFile(state, XDSP_BOOT_FILE_INDEX) : formatFile(state, index);
@@ -149,7 +152,8 @@ bool uploadFile(BootLoaderState &state, int32_t fileIndex, int16_t type, uint32_
     // The board's sizes are 32-bit signed; a longer file cannot be sent.
     if (length > static_cast<uint32_t>(INT32_MAX) ||
         !sendFile(state, data, static_cast<int32_t>(length), 25, 80, callback, context)) {
-        upload.fault(WIDE("Error in Sending the File.\nCancelling Upload."));
+        if (state.uploadWatch == nullptr || !state.uploadWatch->cancelled())
+            upload.fault(WIDE("Error in Sending the File.\nCancelling Upload."));
         return false;
     }
     upload.progress(85);

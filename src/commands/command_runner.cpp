@@ -56,7 +56,7 @@ bool commandFailed(link::Link &link, const Char16 *boxText) {
         return false;
     debugWrite(WIDE("Command Error..."));
     // compat: caption "Error" and a plain OK box, as users know it.
-    os::messageBox(boxText, WIDE("Error"), os::messageStyle::plain);
+    showMessage(boxText, WIDE("Error"), os::messageStyle::plain);
     os::setLastError(os::error::internalError);
     return true;
 }

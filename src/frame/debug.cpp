@@ -1,6 +1,7 @@
 #include "frame/debug.h"
 #include "frame/bounded_string.h"
 #include "frame/error_text.h"
+#include "frame/reporter.h"
 #include "os/os.h"
 
 #include <cstdarg>
@@ -8,11 +9,26 @@
 namespace xdsp {
 
 void debugWrite(const Char16 *text) {
-    os::debugWrite(text);
+    if (ReportingScope *scope = ReportingScope::current())
+        scope->addPiece(text);
+    else
+        os::debugWrite(text);
 }
 
 void debugWriteNarrow(const char *text) {
-    os::debugWriteNarrow(text);
+    ReportingScope *scope = ReportingScope::current();
+    if (scope == nullptr) {
+        os::debugWriteNarrow(text);
+        return;
+    }
+    Char16 wide[512];
+    size_t length = 0;
+    while (text[length] != 0 && length + 1 < sizeof wide / sizeof wide[0]) {
+        wide[length] = static_cast<unsigned char>(text[length]);
+        ++length;
+    }
+    wide[length] = 0;
+    scope->addPiece(wide);
 }
 
 void debugFormat(const Char16 *format, ...) {
@@ -21,13 +37,22 @@ void debugFormat(const Char16 *format, ...) {
     va_start(arguments, format);
     boundedFormatV(line, 256, format, arguments);
     va_end(arguments);
-    os::debugWrite(line);
+    debugWrite(line);
 }
 
 void debugErrorLine(const Char16 *prefix, uint32_t code) {
-    os::debugWrite(prefix);
-    os::debugWrite(errorText(code));
-    os::debugWrite(WIDE("\n"));
+    // A buffer of the line's own: boards on other threads write theirs too.
+    Char16 text[errorTextChars];
+    errorTextInto(code, text);
+    debugWrite(prefix);
+    debugWrite(text);
+    debugWrite(WIDE("\n"));
+}
+
+int showMessage(const Char16 *text, const Char16 *caption, uint32_t style) {
+    if (ReportingScope *scope = ReportingScope::current())
+        return scope->reporter().message(text, caption, style);
+    return os::messageBox(text, caption, style);
 }
 
 } // namespace xdsp

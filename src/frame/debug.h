@@ -1,4 +1,5 @@
-// Debug output: every line of the library goes through here to the OS sink.
+// Debug output and message boxes: every line and box of the library goes
+// through here, to the calling thread's reporter or to the OS sinks.
 #pragma once
 
 #include "frame/text.h"
@@ -13,5 +14,9 @@ void debugWriteNarrow(const char *text);
 void debugFormat(const Char16 *format, ...);
 // prefix, the error text of code, "\n": three pieces.
 void debugErrorLine(const Char16 *prefix, uint32_t code);
+
+// Modal, no owner; returns the button pressed (1 is OK). A null caption is the
+// system's default one.
+int showMessage(const Char16 *text, const Char16 *caption, uint32_t style);
 
 } // namespace xdsp

@@ -4,15 +4,10 @@
 
 namespace xdsp {
 
-namespace {
-Char16 errorTextBuffer[256];
-}
-
-const Char16 *errorText(uint32_t code) {
-    if (!os::systemErrorText(code, errorTextBuffer, 256))
+void errorTextInto(uint32_t code, Char16 *text) {
+    if (!os::systemErrorText(code, text, errorTextChars))
         // compat: a signed decimal, so codes above 0x7FFFFFFF print negative.
-        boundedFormat(errorTextBuffer, 256, WIDE("Unknown Error: %d"), static_cast<int>(code));
-    return errorTextBuffer;
+        boundedFormat(text, errorTextChars, WIDE("Unknown Error: %d"), static_cast<int>(code));
 }
 
 } // namespace xdsp

@@ -7,8 +7,9 @@
 
 namespace xdsp {
 
-// The system's text, or "Unknown Error: %d". Points into one shared buffer of
-// 256 characters, valid until the next call.
-const Char16 *errorText(uint32_t code);
+inline constexpr size_t errorTextChars = 256;
+
+// The system's text, or "Unknown Error: %d", into a buffer of errorTextChars.
+void errorTextInto(uint32_t code, Char16 *text);
 
 } // namespace xdsp

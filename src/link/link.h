@@ -6,6 +6,10 @@
 
 #include "link/shared_state.h"
 
+namespace xdsp {
+class Reporter;
+}
+
 #include <atomic>
 #include <cstdint>
 
@@ -19,6 +23,12 @@ struct Link {
     std::atomic<PollRun *> currentRun{nullptr};
     // The running poll thread's staging report; null while none is running.
     std::atomic<uint8_t *> publishedStaging{nullptr};
+    // Where the poll thread reports; null: the process's sinks. Set before the
+    // link opens and kept while it runs.
+    Reporter *reporter = nullptr;
+    // Runs not yet released: a poll thread that had to be given up keeps its
+    // run, and the link with it, until it leaves.
+    std::atomic<int> liveRuns{0};
 };
 
 // The one link behind the exports.

@@ -84,6 +84,7 @@ bool openLink(Link &link, const Char16 *devicePath) {
         return false;
     }
     run->link = &link;
+    link.liveRuns.fetch_add(1);
     run->device.store(device);
     // The path is copied here so that the caller's buffer need not outlive the call.
     boundedCopy(run->path, XDSP_DEVICE_PATH_CHARS, devicePath);

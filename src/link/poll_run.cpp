@@ -17,7 +17,9 @@ void releaseRun(PollRun *run) {
     delete[] run->inputBuffer;
     delete[] run->stagingReport;
     delete[] run->writeBuffer;
+    Link *link = run->link;
     delete run;
+    link->liveRuns.fetch_sub(1);
 }
 
 void sendCommandOn(PollRun *run, uint8_t *staging, uint16_t commandCode, StoreToClear clearFirst) {

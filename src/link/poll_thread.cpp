@@ -2,6 +2,7 @@
 // report, over and over, and reopens the device when it goes away.
 #include "discovery/open_device.h"
 #include "frame/debug.h"
+#include "frame/reporter.h"
 #include "link/input_dispatch.h"
 #include "link/poll_run.h"
 #include "link/report_format.h"
@@ -63,7 +64,7 @@ void reopen(PollRun *run) {
     run->device.store(device);
     if (++run->reopenCount >= reopenAttemptsBeforeBox) {
         // compat: this box after 31 attempts in a row, as users know it.
-        os::messageBox(WIDE("Error on HID"), WIDE("XMOS"), os::messageStyle::exclamation);
+        showMessage(WIDE("Error on HID"), WIDE("XMOS"), os::messageStyle::exclamation);
         run->reopenCount = 0;
     }
 }
@@ -133,10 +134,9 @@ void runCycles(PollRun *run) {
         acceptInputReport(run, run->inputBuffer);
     }
 }
-} // namespace
 
-uint32_t pollThreadMain(void *argument) {
-    auto *run = static_cast<PollRun *>(argument);
+// The thread's work up to its exit code; the run is released after it.
+uint32_t runThread(PollRun *run) {
     uint32_t inputLength = 0;
     uint32_t outputLength = 0;
     discovery::reportSizes(run->device.load(), &inputLength, &outputLength, nullptr);
@@ -144,7 +144,7 @@ uint32_t pollThreadMain(void *argument) {
         // compat: "HID::" with a blank, as logs have always shown it.
         debugWrite(WIDE("HID:: HID Init Error: Cancelling Thread.\n"));
         os::eventSet(run->threadExitEvent);
-        return leaveThread(run, 1);
+        return 1;
     }
     run->lengths.input = inputLength;
     run->lengths.output = outputLength;
@@ -152,7 +152,7 @@ uint32_t pollThreadMain(void *argument) {
         freeBuffers(run);
         debugWrite(WIDE("HID:: HID Init Error: Cancelling Thread.\n"));
         os::eventSet(run->threadExitEvent);
-        return leaveThread(run, 1);
+        return 1;
     }
     {
         os::LockHold hold(run->lock);
@@ -170,14 +170,26 @@ uint32_t pollThreadMain(void *argument) {
 
     if (run->abandoned.load()) {
         unpublishStaging(run);
-        return leaveThread(run, 1);
+        return 1;
     }
     debugWrite(WIDE("HID: Cleaning up Poll Thread.\n"));
     unpublishStaging(run);
     freeBuffers(run);
     debugWrite(WIDE("HID: Exiting HID Poll Thread.\n"));
     os::eventSet(run->threadExitEvent);
-    return leaveThread(run, 0);
+    return 0;
+}
+} // namespace
+
+uint32_t pollThreadMain(void *argument) {
+    auto *run = static_cast<PollRun *>(argument);
+    uint32_t exitCode;
+    {
+        // Ends before the run is released: a board may go once its runs are gone.
+        ReportingScope reporting(run->link->reporter);
+        exitCode = runThread(run);
+    }
+    return leaveThread(run, exitCode);
 }
 
 } // namespace xdsp::link
