@@ -153,6 +153,36 @@ XDSP_EXPORT int xdsp_board_product_name(xdsp_board *board, char *name, size_t ca
  */
 XDSP_EXPORT int xdsp_board_last_message(xdsp_board *board, char *text, size_t capacity);
 
+/** What a listed path is. */
+typedef enum xdsp_board_kind {
+    XDSP_KIND_BOARD = 0,   /**< A board attached over USB. */
+    XDSP_KIND_EMULATOR = 1 /**< A running emulator of this user's (`xdsp emu`). */
+} xdsp_board_kind;
+
+/** One board found by xdsp_list_boards(). */
+typedef struct xdsp_board_info {
+    char path[1024];        /**< What xdsp_board_open() takes, UTF-8. */
+    char product[192];      /**< The product name it reported; "" when it could not be opened. */
+    char serial_port[1024]; /**< The serial port of the same USB device; "" for none. */
+    int kind;               /**< An @ref xdsp_board_kind value. */
+    int status; /**< #XDSP_STATUS_OK, or why it could not be opened (busy, no permission). */
+} xdsp_board_info;
+
+/**
+ * @brief Lists the boards attached (vendor id 0x20B1) and this user's running
+ * emulators, attached boards first, opening each once for its name.
+ *
+ * Boards open in this or another process are listed with #XDSP_STATUS_BUSY.
+ * @param boards Receives up to @p capacity entries; may be NULL when
+ *               @p capacity is 0.
+ * @param capacity Entries @p boards holds.
+ * @param count Receives how many were found, which may be more than
+ *              @p capacity.
+ * @return #XDSP_STATUS_OK, #XDSP_STATUS_INVALID_ARGUMENT or
+ *         #XDSP_STATUS_NO_MEMORY.
+ */
+XDSP_EXPORT int xdsp_list_boards(xdsp_board_info *boards, size_t capacity, size_t *count);
+
 /**
  * @brief The library's version.
  * @return "major.minor.patch.build".

@@ -179,6 +179,15 @@ EnumStep classDeviceAt(ClassSet *set, uint32_t index, xdsp_guid *classOut, uint3
 EnumStep classDeviceInterfaceAt(ClassSet *set, uint32_t deviceIndex, const xdsp_guid *deviceClass,
                                 uint32_t interfaceIndex, HidInterface *out, uint32_t *errorOut);
 
+// ---- emulators ----------------------------------------------------------------
+
+inline constexpr size_t emulatorEndpointLimit = 16;
+// Where this user's emulators (`xdsp emu`) may serve, in their numbers' order:
+// on POSIX the emu-N.sock sockets in $XDG_RUNTIME_DIR/xdsp, else /tmp/xdsp-UID
+// when this user owns it; on Windows the pipes \\.\pipe\xdsp-USER-emu-1 to
+// -16, which cannot be listed, only tried. Returns how many paths were written.
+size_t emulatorEndpoints(Char16 (*paths)[XDSP_DEVICE_PATH_CHARS], size_t capacity);
+
 // ---- serial-port companion --------------------------------------------------
 
 // A read-only view of the system registry under HKEY_LOCAL_MACHINE, as a table
