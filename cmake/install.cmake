@@ -1,8 +1,9 @@
-# What `cmake --install` and the packages carry: the public header, the library
-# with its CMake package (xdsp::xdsp) and pkg-config file, the emulator, the
-# tool, the C reference in HTML (cmake/reference.cmake) and, on Linux, the udev
-# rule. Nothing else under include/ or src/ is
-# installed: xdsp.h is the whole interface.
+# What `cmake --install` and the packages carry: the public headers, the library
+# with its CMake package (xdsp::xdsp; on Windows also xdsp::xdsp_board, the
+# board API's own DLL) and pkg-config file, the emulator, the tool, the C
+# reference in HTML (cmake/reference.cmake) and, on Linux, the udev rule.
+# Nothing else under include/ or src/ is installed: xdsp.h and board.h are the
+# whole interface.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -19,9 +20,13 @@ else()
   set(xdsp_install_programs ON)
 endif()
 
-install(FILES ${PROJECT_SOURCE_DIR}/include/xdsp/xdsp.h
+install(FILES ${PROJECT_SOURCE_DIR}/include/xdsp/xdsp.h ${PROJECT_SOURCE_DIR}/include/xdsp/board.h
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/xdsp)
-install(TARGETS xdsp EXPORT xdspTargets
+set(xdsp_libraries xdsp)
+if(WIN32)
+  list(APPEND xdsp_libraries xdsp_board)
+endif()
+install(TARGETS ${xdsp_libraries} EXPORT xdspTargets
         RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
         ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
@@ -49,6 +54,15 @@ set(xdsp_pc_fields "
   set(XDSP_PC_LIBDIR \"${CMAKE_INSTALL_LIBDIR}\")
   set(XDSP_PC_INCLUDEDIR \"${CMAKE_INSTALL_INCLUDEDIR}\")
   set(XDSP_PC_VERSION \"${PROJECT_VERSION}\")")
+# On Windows the board API is a DLL of its own; the linker takes from each
+# import library only what a program calls.
+if(WIN32)
+  string(APPEND xdsp_pc_fields "
+  set(XDSP_PC_LIBS \"-lxdsp -lxdsp_board\")")
+else()
+  string(APPEND xdsp_pc_fields "
+  set(XDSP_PC_LIBS \"-lxdsp\")")
+endif()
 if(WIN32)
   string(APPEND xdsp_pc_fields "
   set(XDSP_PC_PREFIX \"\\\${pcfiledir}/../..\")")

@@ -20,5 +20,19 @@ add_custom_command(OUTPUT ${xdsp_msvc_lib}
   DEPENDS ${xdsp_lib_def}
   COMMENT "MSVC import library xdsp.lib"
   VERBATIM)
-add_custom_target(xdsp_msvc_import_library ALL DEPENDS ${xdsp_msvc_lib})
-install(FILES ${xdsp_msvc_lib} DESTINATION ${CMAKE_INSTALL_LIBDIR})
+# xdsp_board.lib from the board DLL's .def, made from board.h at configure
+# time: cdecl names, which llvm-dlltool decorates for x86 itself.
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+  set(xdsp_board_lib_machine i386)
+else()
+  set(xdsp_board_lib_machine i386:x86-64)
+endif()
+set(xdsp_board_msvc_lib ${PROJECT_BINARY_DIR}/src/xdsp_board.lib)
+add_custom_command(OUTPUT ${xdsp_board_msvc_lib}
+  COMMAND ${XDSP_LLVM_DLLTOOL} -m ${xdsp_board_lib_machine} -d ${XDSP_BOARD_DEF_FILE}
+          -D xdsp_board.dll -l ${xdsp_board_msvc_lib}
+  DEPENDS ${XDSP_BOARD_DEF_FILE}
+  COMMENT "MSVC import library xdsp_board.lib"
+  VERBATIM)
+add_custom_target(xdsp_msvc_import_library ALL DEPENDS ${xdsp_msvc_lib} ${xdsp_board_msvc_lib})
+install(FILES ${xdsp_msvc_lib} ${xdsp_board_msvc_lib} DESTINATION ${CMAKE_INSTALL_LIBDIR})

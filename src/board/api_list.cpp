@@ -7,6 +7,7 @@
 #include "frame/utf8.h"
 
 #include <cstring>
+#include <new>
 
 using namespace xdsp;
 

@@ -1,6 +1,8 @@
 /* Opens the board at the path given (a board's device node or an emulator's
- * socket or pipe) and prints the product name it reports. Exit code 0 when a
- * name came, 1 otherwise. */
+ * socket or pipe) and prints the product name it reports, through the flat API
+ * and then through a board handle. Exit code 0 when both names came, 1
+ * otherwise. */
+#include <xdsp/board.h>
 #include <xdsp/xdsp.h>
 
 #include <stdio.h>
@@ -38,5 +40,17 @@ int main(int argc, char **argv) {
         return 1;
     }
     printf("product %s\n", product);
+
+    xdsp_board *board = NULL;
+    int status = xdsp_board_open(argv[1], NULL, &board);
+    char name[64];
+    if (status == XDSP_STATUS_OK)
+        status = xdsp_board_product_name(board, name, sizeof name);
+    xdsp_board_close(board);
+    if (status != XDSP_STATUS_OK) {
+        fprintf(stderr, "consumer: board handle: %s\n", xdsp_status_text(status));
+        return 1;
+    }
+    printf("board product %s\n", name);
     return 0;
 }
