@@ -1,5 +1,6 @@
 #include "emulator_process.h"
 
+#include <atomic>
 #include <chrono>
 #include <csignal>
 #include <spawn.h>
@@ -12,7 +13,10 @@
 extern char **environ;
 
 EmulatorProcess::EmulatorProcess(const std::vector<std::string> &options) {
-    path_ = "/tmp/xdsp-bench-" + std::to_string(getpid()) + ".sock";
+    // Numbered, so that one benchmark can run several.
+    static std::atomic<unsigned> made{0};
+    path_ = "/tmp/xdsp-bench-" + std::to_string(getpid()) + "-" +
+            std::to_string(made.fetch_add(1)) + ".sock";
     std::vector<std::string> arguments = {XDSP_EMU_PATH, path_};
     arguments.insert(arguments.end(), options.begin(), options.end());
     std::vector<char *> argv;
