@@ -1,5 +1,7 @@
-// Heap allocations while the link runs: none per report cycle, none per command.
+// Heap allocations while the link runs: none per report cycle, none per command,
+// through the exports and through a board handle alike.
 #include "emulator_process.h"
+#include "xdsp/board.h"
 #include "xdsp/xdsp.h"
 
 #include <atomic>
@@ -63,7 +65,27 @@ int main() {
     unsigned long perCommands = allocations.load() - before;
     DestroyHIDUSBPacket();
 
+    // A board handle: whole commands with answers, each a turn on the board.
+    EmulatorProcess other({"--report-period-us", "250"});
+    xdsp_board *board = nullptr;
+    if (!other.running() ||
+        xdsp_board_open(other.path().c_str(), nullptr, &board) != XDSP_STATUS_OK) {
+        std::fprintf(stderr, "cannot open the emulator through a handle\n");
+        return 1;
+    }
+    const xdsp_spi_settings settings{2, 0, 0, 3, 50};
+    const uint8_t written[2] = {0x52, 0x44};
+    uint8_t read[64];
+    xdsp_board_spi_transfer(board, &settings, written, 2, read, sizeof read);
+    before = allocations.load();
+    for (int i = 0; i < commands / 4; ++i)
+        xdsp_board_spi_transfer(board, &settings, written, 2, read, sizeof read);
+    unsigned long perHandleCommands = allocations.load() - before;
+    xdsp_board_close(board);
+
     std::printf("allocations over ~4000 idle report cycles: %lu (goal 0)\n", idle);
     std::printf("allocations over %d commands: %lu (goal 0)\n", commands, perCommands);
-    return idle == 0 && perCommands == 0 ? 0 : 1;
+    std::printf("allocations over %d SPI transfers through a board handle: %lu (goal 0)\n",
+                commands / 4, perHandleCommands);
+    return idle == 0 && perCommands == 0 && perHandleCommands == 0 ? 0 : 1;
 }
