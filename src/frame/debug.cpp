@@ -22,12 +22,7 @@ void debugWriteNarrow(const char *text) {
         return;
     }
     Char16 wide[512];
-    size_t length = 0;
-    while (text[length] != 0 && length + 1 < sizeof wide / sizeof wide[0]) {
-        wide[length] = static_cast<unsigned char>(text[length]);
-        ++length;
-    }
-    wide[length] = 0;
+    os::widenNarrow(text, wide, sizeof wide / sizeof wide[0]);
     scope->addPiece(wide);
 }
 

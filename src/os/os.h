@@ -112,6 +112,8 @@ bool fieldsFromOleDate(double date, DateFields *fields);
 
 void debugWrite(const Char16 *text);
 void debugWriteNarrow(const char *text);
+// 8-bit text widened byte for byte, cut to capacity - 1 characters and terminated.
+void widenNarrow(const char *text, Char16 *out, size_t capacity);
 // The message-box styles the library shows: an OK button alone, or with the
 // exclamation icon.
 namespace messageStyle {

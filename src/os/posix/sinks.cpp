@@ -59,12 +59,7 @@ void debugWrite(const Char16 *text) {
 
 void debugWriteNarrow(const char *text) {
     Char16 wide[512];
-    size_t length = 0;
-    while (text[length] != 0 && length + 1 < sizeof wide / sizeof wide[0]) {
-        wide[length] = static_cast<unsigned char>(text[length]);
-        ++length;
-    }
-    wide[length] = 0;
+    widenNarrow(text, wide, sizeof wide / sizeof wide[0]);
     debugWrite(wide);
 }
 
