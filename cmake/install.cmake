@@ -1,8 +1,8 @@
-# What `cmake --install` and the packages carry: the public header, the library
+# What `cmake --install` and the packages carry: the public headers, the library
 # with its CMake package (xdsp::xdsp) and pkg-config file, the emulator, the
 # tool, the C reference in HTML (cmake/reference.cmake) and, on Linux, the udev
-# rule. Nothing else under include/ or src/ is
-# installed: xdsp.h is the whole interface.
+# rule. Nothing else under include/ or src/ is installed: xdsp.h is the flat
+# interface, and board.h the board API, which only libxdsp.so carries.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -21,6 +21,10 @@ endif()
 
 install(FILES ${PROJECT_SOURCE_DIR}/include/xdsp/xdsp.h
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/xdsp)
+if(NOT WIN32)
+  install(FILES ${PROJECT_SOURCE_DIR}/include/xdsp/board.h
+          DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/xdsp)
+endif()
 install(TARGETS xdsp EXPORT xdspTargets
         RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
