@@ -1,110 +1,107 @@
-// P/Invoke declarations for the xdsp functions the example uses.
+// P/Invoke declarations for the board API (include/xdsp/board.h) that the
+// example uses.
 //
-// DllImport("xdsp") finds xdsp.dll on Windows and libxdsp.so on Linux (through
-// LD_LIBRARY_PATH, or the dllmap in upload.exe.config). Every export is
-// __stdcall on 32-bit Windows, which is DllImport's default there
-// (CallingConvention.Winapi); elsewhere there is one convention. Texts are
-// UTF-16 at the boundary on both systems, which CharSet.Unicode gives.
+// DllImport("xdsp_board") finds xdsp_board.dll on Windows; under Mono on Linux
+// the dllmap in upload.exe.config points it at libxdsp.so.3, which carries the
+// board API beside the flat one. Every export is __cdecl, on 32-bit Windows
+// too, so each declaration says so. Texts are UTF-8 at the boundary: a path
+// goes in as LPUTF8Str, texts come back as bytes and are decoded here, since
+// CharSet.Ansi means the system code page on Windows.
 using System;
 using System.Runtime.InteropServices;
 using System.Text;
 
 static class Native
 {
-    const string Library = "xdsp";
-    public const int DevicePathChars = 260;
-    public const int FriendlyNameChars = 64;
+    const string Library = "xdsp_board";
+    public const ushort BootFileNumber = 300;
+    public const int TextBytes = 256;
 
-    [StructLayout(LayoutKind.Sequential, CharSet = CharSet.Unicode)]
-    public struct DeviceRecord
+    [StructLayout(LayoutKind.Sequential)]
+    public struct BootLoaderIdentity
     {
-        public uint matchNumber;
-        public uint hidIndex;
-        [MarshalAs(UnmanagedType.ByValTStr, SizeConst = DevicePathChars)]
-        public string devicePath;
+        [MarshalAs(UnmanagedType.ByValArray, SizeConst = TextBytes)]
+        public byte[] version;
+        [MarshalAs(UnmanagedType.ByValArray, SizeConst = TextBytes)]
+        public byte[] product;
+        [MarshalAs(UnmanagedType.ByValArray, SizeConst = TextBytes)]
+        public byte[] dsp;
+        public uint memorySize;
     }
 
-    [UnmanagedFunctionPointer(CallingConvention.Winapi)]
-    public delegate int ProgressCallback(int percent, uint context);
-
-    [DllImport(Library, EntryPoint = "EnumUSBHIDDevices")]
-    public static extern uint EnumUSBHIDDevices(ushort vendorId, ushort productId,
-                                                [In, Out] DeviceRecord[] records,
-                                                uint recordCount);
-
-    [DllImport(Library, EntryPoint = "GetMatchingHID_COMDevice", CharSet = CharSet.Unicode)]
-    public static extern int GetMatchingHID_COMDevice(string hidPath, StringBuilder portPath,
-                                                      StringBuilder friendlyName);
-
-    [DllImport(Library, EntryPoint = "InitializeHIDUSBPacketPath", CharSet = CharSet.Unicode,
-               SetLastError = true)]
-    public static extern int InitializeHIDUSBPacketPath(string devicePath);
-
-    [DllImport(Library, EntryPoint = "DestroyHIDUSBPacket", SetLastError = true)]
-    public static extern int DestroyHIDUSBPacket();
-
-    [DllImport(Library, EntryPoint = "GetProductNameStruct")]
-    public static extern void GetProductNameStruct([Out] byte[] record);
-
-    [DllImport(Library, EntryPoint = "BootLoader_Init")]
-    public static extern int BootLoader_Init(ushort select, ushort busyMask);
-
-    [DllImport(Library, EntryPoint = "BootLoader_GetVersion")]
-    public static extern IntPtr BootLoader_GetVersion();
-
-    [DllImport(Library, EntryPoint = "BootLoader_GetProduct")]
-    public static extern IntPtr BootLoader_GetProduct();
-
-    [DllImport(Library, EntryPoint = "BootLoader_GetDSP")]
-    public static extern IntPtr BootLoader_GetDSP();
-
-    [DllImport(Library, EntryPoint = "BootLoader_GetMemory")]
-    public static extern uint BootLoader_GetMemory();
-
-    [DllImport(Library, EntryPoint = "BootLoader_MaxFiles")]
-    static extern uint BootLoader_MaxFiles();
-
-    // The same export bound by its ordinal, a form Windows resolves through
-    // GetProcAddress. Mono on Linux looks "#232" up as a symbol name and fails,
-    // so MaxFiles() uses it on Windows only.
-    [DllImport(Library, EntryPoint = "#232")]
-    static extern uint BootLoader_MaxFilesByOrdinal();
-
-    [DllImport(Library, EntryPoint = "BootLoader_Send", CharSet = CharSet.Unicode,
-               SetLastError = true)]
-    public static extern int BootLoader_Send(int fileIndex, short type, uint startAddress,
-                                             uint endAddress, string name, byte[] data,
-                                             uint length, int showErrors,
-                                             ProgressCallback callback, uint context);
-
-    [DllImport(Library, EntryPoint = "BootLoader_GetFileChecksum")]
-    public static extern ushort BootLoader_GetFileChecksum(int fileIndex);
-
-    [DllImport(Library, EntryPoint = "BootLoader_Boot")]
-    public static extern int BootLoader_Boot();
-
-    [DllImport(Library, EntryPoint = "xdsp_last_error")]
-    static extern uint xdsp_last_error();
-
-    static bool OnWindows
+    // The name and the data are pointers into buffers pinned for the call.
+    [StructLayout(LayoutKind.Sequential)]
+    public struct UploadRecord
     {
-        get { return Environment.OSVersion.Platform == PlatformID.Win32NT; }
+        public int fileIndex;
+        public short type;
+        public uint startAddress;
+        public uint endAddress;
+        public IntPtr name;
+        public IntPtr data;
+        public UIntPtr length;
     }
 
-    public static uint MaxFiles()
-    {
-        return OnWindows ? BootLoader_MaxFilesByOrdinal() : BootLoader_MaxFiles();
-    }
+    [UnmanagedFunctionPointer(CallingConvention.Cdecl)]
+    public delegate int UploadProgress(UIntPtr sent, UIntPtr total, IntPtr user);
 
-    // The calling thread's last-error code: the system's on Windows (kept by
-    // SetLastError = true), the library's own elsewhere.
-    public static uint LastError()
-    {
-        return OnWindows ? (uint)Marshal.GetLastWin32Error() : xdsp_last_error();
-    }
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern IntPtr xdsp_status_text(int status);
 
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern IntPtr xdsp_version();
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int xdsp_board_open([MarshalAs(UnmanagedType.LPUTF8Str)] string path,
+                                             IntPtr options, out BoardHandle board);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int xdsp_board_close(IntPtr board);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int xdsp_board_product_name(BoardHandle board, [Out] byte[] name,
+                                                     UIntPtr capacity);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int xdsp_board_last_message(BoardHandle board, [Out] byte[] text,
+                                                     UIntPtr capacity);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int xdsp_board_boot_loader_init(BoardHandle board, ushort select,
+                                                         ushort busyMask,
+                                                         out BootLoaderIdentity identity);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int xdsp_board_upload(BoardHandle board, ref UploadRecord upload,
+                                               UploadProgress progress, IntPtr user);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int xdsp_board_file_checksum(BoardHandle board, uint number,
+                                                      out ushort checksum);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern ushort xdsp_checksum(byte[] data, UIntPtr length);
+
+    [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+    public static extern int xdsp_board_run(BoardHandle board);
+
+    // A zero-terminated UTF-8 text the library owns.
     public static string Text(IntPtr text)
     {
-        return text == IntPtr.Zero ? "" : Marshal.PtrToStringUni(text);
+        if (text == IntPtr.Zero)
+            return "";
+        int length = 0;
+        while (Marshal.ReadByte(text, length) != 0)
+            ++length;
+        var bytes = new byte[length];
+        Marshal.Copy(text, bytes, 0, length);
+        return Encoding.UTF8.GetString(bytes);
+    }
+
+    // A zero-terminated UTF-8 text the library wrote into a buffer of ours.
+    public static string Text(byte[] buffer)
+    {
+        int end = Array.IndexOf(buffer, (byte)0);
+        return Encoding.UTF8.GetString(buffer, 0, end < 0 ? buffer.Length : end);
     }
 }

@@ -1,116 +1,123 @@
-// Lists the boards, opens the first one (or the device given), prints its
-// product and its boot loader's identification, uploads a file with a progress
-// bar, reads the file's checksum back and starts the DSP program.
+// Drives two boards at once through the board API: opens both, and on one
+// thread per board identifies it, uploads the same file as file 0 with its
+// progress in bytes, compares the board's checksum with the file's and starts
+// the DSP program.
 //
-//   mcs -out:upload.exe Upload.cs Native.cs
-//   mono upload.exe [--device PATH] [--index N] FILE
+//   mcs -out:upload.exe Upload.cs Board.cs Native.cs
+//   mono upload.exe -d PATH -d PATH FILE
 using System;
+using System.Collections.Generic;
 using System.IO;
-using System.Text;
+using System.Threading;
 
 static class Upload
 {
-    const ushort VendorId = 0x20B1;
-    const ushort AnyProduct = 0xFFFF;
-    const uint MaxBoards = 64;
-    const uint ChecksumMismatch = 0x8009700D;
-    const int ProductNameRecordSize = 188;
-    const int ProductNameOffset = 16;
+    // The boot loader's SPI select and busy line on the boards known.
+    const ushort BootLoaderSelect = 2;
+    const ushort BootLoaderBusyMask = 2;
+    // File 0 goes to the first sectors after the boot file and the file table.
+    const int FileIndex = 0;
+    const uint FileStart = 0x10000;
+    const uint SectorBytes = 4096;
 
-    static int ShowProgress(int percent, uint context)
+    static readonly object consoleLock = new object();
+
+    static void Say(int number, string text)
     {
-        const int width = 40;
-        int filled = Math.Max(0, Math.Min(percent, 100)) * width / 100;
-        Console.Write("\rUploading [{0}{1}] {2,3}%", new string('#', filled),
-                      new string('.', width - filled), percent);
-        if (percent >= 100)
-            Console.WriteLine();
-        return 0;
+        lock (consoleLock)
+            Console.WriteLine("[board {0}] {1}", number, text);
     }
 
-    static string ProductName()
+    // Everything one board does, on its own thread; false after a message.
+    static bool Drive(int number, Board board, string file, byte[] data)
     {
-        var record = new byte[ProductNameRecordSize];
-        Native.GetProductNameStruct(record);
-        int end = Array.IndexOf(record, (byte)0, ProductNameOffset);
-        if (record[0] == 0 || end < 0)
-            return null;
-        return Encoding.ASCII.GetString(record, ProductNameOffset, end - ProductNameOffset);
-    }
+        try {
+            Say(number, "Product: " + board.ProductName());
+            var identity = board.InitBootLoader(BootLoaderSelect, BootLoaderBusyMask);
+            Say(number, string.Format("Boot loader {0}, {1}, DSP {2}, flash {3} KiB",
+                                      Native.Text(identity.version), Native.Text(identity.product),
+                                      Native.Text(identity.dsp), identity.memorySize / 1024));
 
-    static int Fail(string text)
-    {
-        Console.Error.WriteLine("upload: " + text);
-        return 1;
+            uint end = FileStart + (uint)((data.Length + SectorBytes - 1) / SectorBytes * SectorBytes);
+            if (end > identity.memorySize) {
+                Say(number, "the file does not fit the board's flash");
+                return false;
+            }
+            // A line at the start and at each quarter, so that two boards'
+            // lines stay readable.
+            long reported = -1;
+            board.Upload(FileIndex, FileStart, end, Path.GetFileName(file), data, (sent, total) => {
+                long quarter = total == 0 ? 4 : sent * 4 / total;
+                if (quarter != reported) {
+                    reported = quarter;
+                    Say(number, string.Format("Uploading: {0} of {1} bytes", sent, total));
+                }
+                return true;
+            });
+
+            ushort onBoard = board.FileChecksum(FileIndex);
+            ushort own = Native.xdsp_checksum(data, (UIntPtr)data.Length);
+            Say(number, string.Format("Checksum 0x{0:X4} on the board, 0x{1:X4} here", onBoard, own));
+            if (onBoard != own) {
+                Say(number, "the checksums differ");
+                return false;
+            }
+            board.Run();
+            Say(number, "DSP program started");
+            return true;
+        } catch (BoardException error) {
+            string message = board.LastMessage();
+            Say(number, error.Message + (message.Length > 0 ? " - " + message : ""));
+            return false;
+        }
     }
 
     static int Main(string[] args)
     {
-        string device = null, file = null;
-        int index = 0;
+        var paths = new List<string>();
+        string file = null;
+        bool understood = true;
         for (int i = 0; i < args.Length; ++i) {
-            if ((args[i] == "-d" || args[i] == "--device") && i + 1 < args.Length)
-                device = args[++i];
-            else if (args[i] == "--index" && i + 1 < args.Length)
-                index = int.Parse(args[++i]);
-            else
+            if (args[i] == "-d" && i + 1 < args.Length)
+                paths.Add(args[++i]);
+            else if (file == null && !args[i].StartsWith("-"))
                 file = args[i];
+            else
+                understood = false;
         }
-        if (file == null)
-            return Fail("usage: upload.exe [--device PATH] [--index N] FILE");
+        if (!understood || paths.Count != 2 || file == null) {
+            Console.Error.WriteLine("usage: upload.exe -d PATH -d PATH FILE");
+            return 2;
+        }
         byte[] data = File.ReadAllBytes(file);
+        // The boot loader takes whole 16-bit words; a zero keeps the checksum.
+        if (data.Length % 2 != 0)
+            Array.Resize(ref data, data.Length + 1);
+        Console.WriteLine("xdsp " + Native.Text(Native.xdsp_version()));
 
-        var records = new Native.DeviceRecord[MaxBoards];
-        uint count = Math.Min(Native.EnumUSBHIDDevices(VendorId, AnyProduct, records, MaxBoards),
-                              MaxBoards);
-        for (uint i = 0; i < count; ++i) {
-            var port = new StringBuilder(Native.DevicePathChars);
-            var name = new StringBuilder(Native.FriendlyNameChars);
-            Native.GetMatchingHID_COMDevice(records[i].devicePath, port, name);
-            Console.WriteLine("Board {0} ({1})", records[i].devicePath,
-                              port.Length > 0 ? port.ToString() : "no serial port");
-        }
-        device = device ?? (count > 0 ? records[0].devicePath : null);
-        if (device == null)
-            return Fail("no board attached: give a device path with --device");
-
-        if (Native.InitializeHIDUSBPacketPath(device) == 0)
-            return Fail(string.Format("cannot open {0} (error {1})", device, Native.LastError()));
+        var boards = new List<Board>();
         try {
-            string product = ProductName();
-            if (product == null)
-                return Fail(device + " did not name itself");
-            Console.WriteLine("Product: " + product);
-            if (Native.BootLoader_Init(2, 2) == 0)
-                return Fail("the boot loader did not answer");
-            Console.WriteLine("Boot loader {0}, {1}, DSP {2}, flash {3} KiB",
-                              Native.Text(Native.BootLoader_GetVersion()),
-                              Native.Text(Native.BootLoader_GetProduct()),
-                              Native.Text(Native.BootLoader_GetDSP()),
-                              Native.BootLoader_GetMemory() / 1024);
-            Console.WriteLine("{0} files at most", Native.MaxFiles());
-
-            // The boot loader takes whole 16-bit words; a zero keeps the checksum.
-            if (data.Length % 2 != 0)
-                Array.Resize(ref data, data.Length + 1);
-            uint start = 0x10000, end = start + (uint)((data.Length + 4095) / 4096 * 4096);
-            // Held in a variable until the call returns: the library keeps only
-            // the function pointer.
-            Native.ProgressCallback progress = ShowProgress;
-            int sent = Native.BootLoader_Send(index, 0, start, end, Path.GetFileName(file), data,
-                                              (uint)data.Length, 0, progress, 0);
-            uint error = Native.LastError();
-            GC.KeepAlive(progress);
-            if (sent == 0)
-                return Fail(string.Format("the upload stopped (error {0})", error));
-            if (error == ChecksumMismatch)
-                return Fail("the board's checksum differs from the file's");
-            Console.WriteLine("Checksum {0:X4}", Native.BootLoader_GetFileChecksum(index));
-            Native.BootLoader_Boot();
-            Console.WriteLine("DSP program started");
-            return 0;
+            foreach (string path in paths) {
+                boards.Add(new Board(path));
+                Say(boards.Count, "Opened " + path);
+            }
+            var results = new bool[boards.Count];
+            var threads = new List<Thread>();
+            for (int i = 0; i < boards.Count; ++i) {
+                int n = i;
+                var thread = new Thread(() => results[n] = Drive(n + 1, boards[n], file, data));
+                thread.Start();
+                threads.Add(thread);
+            }
+            foreach (var thread in threads)
+                thread.Join();
+            return Array.TrueForAll(results, ok => ok) ? 0 : 1;
+        } catch (BoardException error) {
+            Console.Error.WriteLine("upload: " + error.Message);
+            return 1;
         } finally {
-            Native.DestroyHIDUSBPacket();
+            foreach (var board in boards)
+                board.Dispose();
         }
     }
 }
