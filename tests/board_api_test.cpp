@@ -205,6 +205,10 @@ TEST(BoardApi, ConditionsComeBackAsStatusesWithTheBoxTextKept) {
     EXPECT_STREQ(message, "Error");
     EXPECT_TRUE(processSinks.messageBoxes().empty());
     board.emulated.board().setErrorBit(false);
+    // The next call starts without the text of the one before.
+    ASSERT_EQ(xdsp_board_pins_write(board.handle, 1), XDSP_STATUS_OK);
+    ASSERT_EQ(xdsp_board_last_message(board.handle, message, sizeof message), XDSP_STATUS_OK);
+    EXPECT_STREQ(message, "");
 
     // An answer that never comes is no answer, not the board's error.
     board.emulated.board().stallReports(true);

@@ -44,6 +44,20 @@
 #include <stddef.h>
 #include <stdint.h>
 
+/**
+ * @defgroup xdsp_board_call Calling convention
+ * @brief How the board API's functions and callbacks are called.
+ * @{
+ */
+#if defined(_WIN32)
+/** @c __cdecl on Windows, stated so that a caller compiled to another default
+ *  (MSVC's /Gz) still calls right; the platform's own elsewhere (empty). */
+#define XDSP_BOARD_CALL __cdecl
+#else
+#define XDSP_BOARD_CALL
+#endif
+/** @} */
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -84,7 +98,7 @@ typedef enum xdsp_status {
  * @param status An @ref xdsp_status value.
  * @return A constant text; "unknown status" for a value not listed.
  */
-XDSP_EXPORT const char *xdsp_status_text(int status);
+XDSP_EXPORT const char *XDSP_BOARD_CALL xdsp_status_text(int status);
 
 /**
  * @brief Receives the board's debug output, one whole line per call.
@@ -92,7 +106,7 @@ XDSP_EXPORT const char *xdsp_status_text(int status);
  * @param line The line in UTF-8, without its newline.
  * @param user The options' @c log_user.
  */
-typedef void (*xdsp_log_callback)(xdsp_board *board, const char *line, void *user);
+typedef void(XDSP_BOARD_CALL *xdsp_log_callback)(xdsp_board *board, const char *line, void *user);
 
 /** How a board is opened. All fields may be zero. */
 typedef struct xdsp_board_options {
@@ -114,22 +128,22 @@ typedef struct xdsp_board_options {
  *         within 1000 ms), #XDSP_STATUS_NO_MEMORY, #XDSP_STATUS_SYSTEM, or
  *         #XDSP_STATUS_INVALID_ARGUMENT for a missing or overlong path.
  */
-XDSP_EXPORT int xdsp_board_open(const char *path, const xdsp_board_options *options,
-                                xdsp_board **board);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_open(const char *path, const xdsp_board_options *options,
+                                                xdsp_board **board);
 
 /**
  * @brief Closes a board and frees its handle (see Closing above).
  * @param board The board; NULL does nothing.
  * @return #XDSP_STATUS_OK.
  */
-XDSP_EXPORT int xdsp_board_close(xdsp_board *board);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_close(xdsp_board *board);
 
 /**
  * @brief The path the board was opened with.
  * @param board The board.
  * @return UTF-8, valid until the board is closed; "" for NULL.
  */
-XDSP_EXPORT const char *xdsp_board_path(const xdsp_board *board);
+XDSP_EXPORT const char *XDSP_BOARD_CALL xdsp_board_path(const xdsp_board *board);
 
 /**
  * @brief The product name the board's microcontroller reports.
@@ -139,19 +153,26 @@ XDSP_EXPORT const char *xdsp_board_path(const xdsp_board *board);
  * @return #XDSP_STATUS_OK; #XDSP_STATUS_NO_ANSWER when the board has sent no
  *         name within 1000 ms (@p name is then ""); #XDSP_STATUS_LINK_LOST.
  */
-XDSP_EXPORT int xdsp_board_product_name(xdsp_board *board, char *name, size_t capacity);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_product_name(xdsp_board *board, char *name,
+                                                        size_t capacity);
 
 /**
- * @brief The text of the last condition on this board that the flat API shows
- * in a message box ("Error in WriteFLASH", "Error in Format." with
- * "Cancelling Upload." on its next line, "FAI Error", "Error on HID", ...).
+ * @brief The text of what the last call on this board would have shown in a
+ * message box through the flat API.
+ *
+ * For example "Error in WriteFLASH", "FAI Error", or "Error in Format." with
+ * "Cancelling Upload." on its next line; also what the link raised since
+ * ("Error on HID" after 31 reopens). Each call on the board starts with none.
+ * This function is not a call on the board: it may run while another thread's
+ * call does.
  * @param board The board.
- * @param text Receives the text, cut to @p capacity - 1 bytes and terminated;
- *             "" when there was none since the board was opened.
+ * @param text Receives the text, at most 1023 bytes, cut to @p capacity - 1
+ *             bytes at a character's edge and terminated; "" when none.
  * @param capacity Size of @p text in bytes.
  * @return #XDSP_STATUS_OK, or #XDSP_STATUS_INVALID_ARGUMENT without a buffer.
  */
-XDSP_EXPORT int xdsp_board_last_message(xdsp_board *board, char *text, size_t capacity);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_last_message(xdsp_board *board, char *text,
+                                                        size_t capacity);
 
 /** What a listed path is. */
 typedef enum xdsp_board_kind {
@@ -181,13 +202,14 @@ typedef struct xdsp_board_info {
  * @return #XDSP_STATUS_OK, #XDSP_STATUS_INVALID_ARGUMENT or
  *         #XDSP_STATUS_NO_MEMORY.
  */
-XDSP_EXPORT int xdsp_list_boards(xdsp_board_info *boards, size_t capacity, size_t *count);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_list_boards(xdsp_board_info *boards, size_t capacity,
+                                                 size_t *count);
 
 /**
  * @brief The library's version.
  * @return "major.minor.patch.build".
  */
-XDSP_EXPORT const char *xdsp_version(void);
+XDSP_EXPORT const char *XDSP_BOARD_CALL xdsp_version(void);
 
 /** @} */
 
@@ -218,9 +240,11 @@ typedef struct xdsp_spi_settings {
  * @return #XDSP_STATUS_OK; #XDSP_STATUS_INVALID_ARGUMENT when the data does
  *         not fit the report; #XDSP_STATUS_NO_ANSWER; #XDSP_STATUS_LINK_LOST.
  */
-XDSP_EXPORT int xdsp_board_spi_transfer(xdsp_board *board, const xdsp_spi_settings *settings,
-                                        const uint8_t *write_data, size_t write_length,
-                                        uint8_t *read_data, size_t read_length);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_spi_transfer(xdsp_board *board,
+                                                        const xdsp_spi_settings *settings,
+                                                        const uint8_t *write_data,
+                                                        size_t write_length, uint8_t *read_data,
+                                                        size_t read_length);
 
 /**
  * @brief A batch of SPI transfers described by a list and one data block.
@@ -234,9 +258,11 @@ XDSP_EXPORT int xdsp_board_spi_transfer(xdsp_board *board, const xdsp_spi_settin
  * @param read_length Bytes to read.
  * @return As xdsp_board_spi_transfer().
  */
-XDSP_EXPORT int xdsp_board_spi_batch(xdsp_board *board, const xdsp_spi_settings *settings,
-                                     const uint8_t *list, size_t list_length, const uint8_t *data,
-                                     size_t data_length, uint8_t *read_data, size_t read_length);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_spi_batch(xdsp_board *board,
+                                                     const xdsp_spi_settings *settings,
+                                                     const uint8_t *list, size_t list_length,
+                                                     const uint8_t *data, size_t data_length,
+                                                     uint8_t *read_data, size_t read_length);
 
 /**
  * @brief The GPIO inputs as the last input report carried them.
@@ -244,7 +270,7 @@ XDSP_EXPORT int xdsp_board_spi_batch(xdsp_board *board, const xdsp_spi_settings 
  * @param inputs Receives the GPIO word.
  * @return #XDSP_STATUS_OK, or #XDSP_STATUS_INVALID_ARGUMENT.
  */
-XDSP_EXPORT int xdsp_board_gpio_read(xdsp_board *board, uint16_t *inputs);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_gpio_read(xdsp_board *board, uint16_t *inputs);
 
 /**
  * @brief Sets the GPIO outputs.
@@ -252,7 +278,7 @@ XDSP_EXPORT int xdsp_board_gpio_read(xdsp_board *board, uint16_t *inputs);
  * @param outputs The GPIO output word.
  * @return #XDSP_STATUS_OK, or #XDSP_STATUS_LINK_LOST.
  */
-XDSP_EXPORT int xdsp_board_gpio_write(xdsp_board *board, uint16_t outputs);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_gpio_write(xdsp_board *board, uint16_t outputs);
 
 /**
  * @brief The last value of an ADC channel.
@@ -261,7 +287,8 @@ XDSP_EXPORT int xdsp_board_gpio_write(xdsp_board *board, uint16_t outputs);
  * @param value Receives the 14-bit value.
  * @return #XDSP_STATUS_OK, or #XDSP_STATUS_INVALID_ARGUMENT.
  */
-XDSP_EXPORT int xdsp_board_adc_read(xdsp_board *board, unsigned channel, uint16_t *value);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_adc_read(xdsp_board *board, unsigned channel,
+                                                    uint16_t *value);
 
 /**
  * @brief Switches the ADC sampling on or off.
@@ -269,7 +296,7 @@ XDSP_EXPORT int xdsp_board_adc_read(xdsp_board *board, unsigned channel, uint16_
  * @param enable Nonzero: on.
  * @return #XDSP_STATUS_OK, #XDSP_STATUS_NO_ANSWER or #XDSP_STATUS_LINK_LOST.
  */
-XDSP_EXPORT int xdsp_board_adc_enable(xdsp_board *board, int enable);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_adc_enable(xdsp_board *board, int enable);
 
 /**
  * @brief Writes up to 256 bytes of flash.
@@ -281,20 +308,22 @@ XDSP_EXPORT int xdsp_board_adc_enable(xdsp_board *board, int enable);
  * @return #XDSP_STATUS_OK, #XDSP_STATUS_INVALID_ARGUMENT,
  *         #XDSP_STATUS_BOARD_ERROR or #XDSP_STATUS_LINK_LOST.
  */
-XDSP_EXPORT int xdsp_board_flash_write(xdsp_board *board, uint32_t address, uint16_t flash_word,
-                                       const uint8_t *data, size_t count);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_flash_write(xdsp_board *board, uint32_t address,
+                                                       uint16_t flash_word, const uint8_t *data,
+                                                       size_t count);
 
 /**
  * @brief Reads flash.
  * @param board The board.
  * @param address The flash address.
  * @param data Receives the bytes.
- * @param count Bytes to read, as many as one report carries.
+ * @param count 1 to 256.
  * @return #XDSP_STATUS_OK, #XDSP_STATUS_INVALID_ARGUMENT,
- *         #XDSP_STATUS_NO_ANSWER or #XDSP_STATUS_LINK_LOST.
+ *         #XDSP_STATUS_NO_ANSWER (no answer within 10 s: @p data then holds
+ *         what the board answered before) or #XDSP_STATUS_LINK_LOST.
  */
-XDSP_EXPORT int xdsp_board_flash_read(xdsp_board *board, uint32_t address, uint8_t *data,
-                                      size_t count);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_flash_read(xdsp_board *board, uint32_t address,
+                                                      uint8_t *data, size_t count);
 
 /**
  * @brief Sets the board's 16 pins.
@@ -302,7 +331,7 @@ XDSP_EXPORT int xdsp_board_flash_read(xdsp_board *board, uint32_t address, uint8
  * @param pins The pin word.
  * @return #XDSP_STATUS_OK, #XDSP_STATUS_BOARD_ERROR or #XDSP_STATUS_LINK_LOST.
  */
-XDSP_EXPORT int xdsp_board_pins_write(xdsp_board *board, uint16_t pins);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_pins_write(xdsp_board *board, uint16_t pins);
 
 /**
  * @brief Reads the board's 16 pins.
@@ -311,7 +340,7 @@ XDSP_EXPORT int xdsp_board_pins_write(xdsp_board *board, uint16_t pins);
  * @return #XDSP_STATUS_OK, #XDSP_STATUS_BOARD_ERROR, #XDSP_STATUS_NO_ANSWER or
  *         #XDSP_STATUS_LINK_LOST.
  */
-XDSP_EXPORT int xdsp_board_pins_read(xdsp_board *board, uint16_t *pins);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_pins_read(xdsp_board *board, uint16_t *pins);
 
 /**
  * @brief One TEDS memory transfer.
@@ -324,9 +353,10 @@ XDSP_EXPORT int xdsp_board_pins_read(xdsp_board *board, uint16_t *pins);
  * @return #XDSP_STATUS_OK, #XDSP_STATUS_INVALID_ARGUMENT,
  *         #XDSP_STATUS_NO_ANSWER or #XDSP_STATUS_LINK_LOST.
  */
-XDSP_EXPORT int xdsp_board_teds_transfer(xdsp_board *board, uint16_t control,
-                                         const uint8_t *write_data, size_t write_count,
-                                         uint8_t *read_data, size_t read_count);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_teds_transfer(xdsp_board *board, uint16_t control,
+                                                         const uint8_t *write_data,
+                                                         size_t write_count, uint8_t *read_data,
+                                                         size_t read_count);
 
 /**
  * @brief Writes the 40-byte calibration block.
@@ -335,7 +365,8 @@ XDSP_EXPORT int xdsp_board_teds_transfer(xdsp_board *board, uint16_t control,
  * @return #XDSP_STATUS_OK, #XDSP_STATUS_INVALID_ARGUMENT,
  *         #XDSP_STATUS_BOARD_ERROR or #XDSP_STATUS_LINK_LOST.
  */
-XDSP_EXPORT int xdsp_board_calibration_write(xdsp_board *board, const uint8_t *block);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_calibration_write(xdsp_board *board,
+                                                             const uint8_t *block);
 
 /**
  * @brief Reads the 40-byte calibration block.
@@ -345,7 +376,7 @@ XDSP_EXPORT int xdsp_board_calibration_write(xdsp_board *board, const uint8_t *b
  *         #XDSP_STATUS_BOARD_ERROR, #XDSP_STATUS_NO_ANSWER or
  *         #XDSP_STATUS_LINK_LOST.
  */
-XDSP_EXPORT int xdsp_board_calibration_read(xdsp_board *board, uint8_t *block);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_calibration_read(xdsp_board *board, uint8_t *block);
 
 /**
  * @brief Boots the board's DSP.
@@ -353,21 +384,21 @@ XDSP_EXPORT int xdsp_board_calibration_read(xdsp_board *board, uint8_t *block);
  * @param first_form Nonzero: the first form of the boot command.
  * @return #XDSP_STATUS_OK, #XDSP_STATUS_BOARD_ERROR or #XDSP_STATUS_LINK_LOST.
  */
-XDSP_EXPORT int xdsp_board_boot(xdsp_board *board, int first_form);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_boot(xdsp_board *board, int first_form);
 
 /**
  * @brief Suspends the board.
  * @param board The board.
  * @return #XDSP_STATUS_OK, #XDSP_STATUS_BOARD_ERROR or #XDSP_STATUS_LINK_LOST.
  */
-XDSP_EXPORT int xdsp_board_suspend(xdsp_board *board);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_suspend(xdsp_board *board);
 
 /**
  * @brief Whether the device is open (it is not while the link reopens it).
  * @param board The board.
  * @return #XDSP_STATUS_OK when open, #XDSP_STATUS_LINK_LOST when not.
  */
-XDSP_EXPORT int xdsp_board_online(xdsp_board *board);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_online(xdsp_board *board);
 
 /**
  * @brief Whether the board reports itself initialised (GPIO bit 0x0400).
@@ -376,7 +407,7 @@ XDSP_EXPORT int xdsp_board_online(xdsp_board *board);
  * @return #XDSP_STATUS_OK, #XDSP_STATUS_INVALID_ARGUMENT or
  *         #XDSP_STATUS_LINK_LOST.
  */
-XDSP_EXPORT int xdsp_board_initialized(xdsp_board *board, int *initialized);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_initialized(xdsp_board *board, int *initialized);
 
 /**
  * @brief Asks for the layout record and waits for it.
@@ -385,7 +416,7 @@ XDSP_EXPORT int xdsp_board_initialized(xdsp_board *board, int *initialized);
  * @return #XDSP_STATUS_OK, #XDSP_STATUS_INVALID_ARGUMENT,
  *         #XDSP_STATUS_NO_ANSWER or #XDSP_STATUS_LINK_LOST.
  */
-XDSP_EXPORT int xdsp_board_layout_read(xdsp_board *board, uint8_t *record);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_layout_read(xdsp_board *board, uint8_t *record);
 
 /**
  * @brief The Pellix record as the board last sent it.
@@ -393,7 +424,7 @@ XDSP_EXPORT int xdsp_board_layout_read(xdsp_board *board, uint8_t *record);
  * @param record Receives #XDSP_PELLIX_RECORD_SIZE bytes.
  * @return #XDSP_STATUS_OK or #XDSP_STATUS_INVALID_ARGUMENT.
  */
-XDSP_EXPORT int xdsp_board_pellix_read(xdsp_board *board, uint8_t *record);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_pellix_read(xdsp_board *board, uint8_t *record);
 
 /**
  * @brief Writes the Pellix record.
@@ -403,8 +434,8 @@ XDSP_EXPORT int xdsp_board_pellix_read(xdsp_board *board, uint8_t *record);
  * @param value_c Third value.
  * @return #XDSP_STATUS_OK, #XDSP_STATUS_BOARD_ERROR or #XDSP_STATUS_LINK_LOST.
  */
-XDSP_EXPORT int xdsp_board_pellix_write(xdsp_board *board, uint32_t value_a, uint16_t value_b,
-                                        uint8_t value_c);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_pellix_write(xdsp_board *board, uint32_t value_a,
+                                                        uint16_t value_b, uint8_t value_c);
 
 /**
  * @brief Sends a bare command code and returns without waiting.
@@ -412,7 +443,7 @@ XDSP_EXPORT int xdsp_board_pellix_write(xdsp_board *board, uint32_t value_a, uin
  * @param command_code The command.
  * @return #XDSP_STATUS_OK, or #XDSP_STATUS_LINK_LOST.
  */
-XDSP_EXPORT int xdsp_board_send_command(xdsp_board *board, uint16_t command_code);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_send_command(xdsp_board *board, uint16_t command_code);
 
 /**
  * @brief The device's report lengths, report-ID byte included.
@@ -421,7 +452,8 @@ XDSP_EXPORT int xdsp_board_send_command(xdsp_board *board, uint16_t command_code
  * @param output Receives the output report length; may be NULL.
  * @return #XDSP_STATUS_OK, or #XDSP_STATUS_LINK_LOST.
  */
-XDSP_EXPORT int xdsp_board_report_lengths(xdsp_board *board, size_t *input, size_t *output);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_report_lengths(xdsp_board *board, size_t *input,
+                                                          size_t *output);
 
 /** @} */
 
@@ -450,8 +482,9 @@ typedef struct xdsp_boot_loader_identity {
  * @return #XDSP_STATUS_OK; #XDSP_STATUS_NO_ANSWER when the memory size reads
  *         0; #XDSP_STATUS_FILE_TABLE_LOST.
  */
-XDSP_EXPORT int xdsp_board_boot_loader_init(xdsp_board *board, uint16_t select, uint16_t busy_mask,
-                                            xdsp_boot_loader_identity *identity);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_boot_loader_init(xdsp_board *board, uint16_t select,
+                                                            uint16_t busy_mask,
+                                                            xdsp_boot_loader_identity *identity);
 
 /** Which text xdsp_board_boot_loader_query() asks for. */
 typedef enum xdsp_boot_loader_query {
@@ -470,8 +503,8 @@ typedef enum xdsp_boot_loader_query {
  * @return #XDSP_STATUS_OK, #XDSP_STATUS_INVALID_ARGUMENT, or
  *         #XDSP_STATUS_NO_ANSWER when the text is empty.
  */
-XDSP_EXPORT int xdsp_board_boot_loader_query(xdsp_board *board, int query, char *text,
-                                             size_t capacity);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_boot_loader_query(xdsp_board *board, int query,
+                                                             char *text, size_t capacity);
 
 /**
  * @brief Asks the boot loader for the flash size now.
@@ -480,7 +513,7 @@ XDSP_EXPORT int xdsp_board_boot_loader_query(xdsp_board *board, int query, char 
  * @return #XDSP_STATUS_OK, #XDSP_STATUS_INVALID_ARGUMENT, or
  *         #XDSP_STATUS_NO_ANSWER when it is 0.
  */
-XDSP_EXPORT int xdsp_board_memory_size(xdsp_board *board, uint32_t *bytes);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_memory_size(xdsp_board *board, uint32_t *bytes);
 
 /**
  * @brief Switches the read prefix "RD" on or off (on when a board is opened).
@@ -488,7 +521,7 @@ XDSP_EXPORT int xdsp_board_memory_size(xdsp_board *board, uint32_t *bytes);
  * @param on Nonzero: on.
  * @return #XDSP_STATUS_OK.
  */
-XDSP_EXPORT int xdsp_board_set_read_prefix(xdsp_board *board, int on);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_set_read_prefix(xdsp_board *board, int on);
 
 /**
  * @brief Whether replies are fetched with the read prefix.
@@ -496,14 +529,14 @@ XDSP_EXPORT int xdsp_board_set_read_prefix(xdsp_board *board, int on);
  * @param on Receives 1 or 0.
  * @return #XDSP_STATUS_OK, or #XDSP_STATUS_INVALID_ARGUMENT.
  */
-XDSP_EXPORT int xdsp_board_read_prefix(xdsp_board *board, int *on);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_read_prefix(xdsp_board *board, int *on);
 
 /**
  * @brief Drains reply bytes the boot loader may still hold.
  * @param board The board.
  * @return #XDSP_STATUS_OK.
  */
-XDSP_EXPORT int xdsp_board_flush(xdsp_board *board);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_flush(xdsp_board *board);
 
 /**
  * @brief The DSP's 16 status words.
@@ -511,7 +544,7 @@ XDSP_EXPORT int xdsp_board_flush(xdsp_board *board);
  * @param words Receives 16 words; may be NULL.
  * @return #XDSP_STATUS_OK, or #XDSP_STATUS_NO_ANSWER.
  */
-XDSP_EXPORT int xdsp_board_dsp_status(xdsp_board *board, uint32_t *words);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_dsp_status(xdsp_board *board, uint32_t *words);
 
 /** One file of the board's file table, as last read. */
 typedef struct xdsp_file_entry {
@@ -529,7 +562,7 @@ typedef struct xdsp_file_entry {
  * @param board The board.
  * @return #XDSP_STATUS_OK, or #XDSP_STATUS_FILE_TABLE_LOST.
  */
-XDSP_EXPORT int xdsp_board_file_table_read(xdsp_board *board);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_file_table_read(xdsp_board *board);
 
 /**
  * @brief One file of the table as last read (at xdsp_board_boot_loader_init(),
@@ -539,14 +572,15 @@ XDSP_EXPORT int xdsp_board_file_table_read(xdsp_board *board);
  * @param entry Receives the file.
  * @return #XDSP_STATUS_OK, or #XDSP_STATUS_INVALID_ARGUMENT.
  */
-XDSP_EXPORT int xdsp_board_file(xdsp_board *board, unsigned index, xdsp_file_entry *entry);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_file(xdsp_board *board, unsigned index,
+                                                xdsp_file_entry *entry);
 
 /**
  * @brief The name of a file type.
  * @param type The type.
  * @return "Data", "Boot", "FPGA", "Link", or "" for another.
  */
-XDSP_EXPORT const char *xdsp_file_type_name(int type);
+XDSP_EXPORT const char *XDSP_BOARD_CALL xdsp_file_type_name(int type);
 
 /**
  * @brief Erases a file and frees its allocation (in the board's table, until
@@ -556,7 +590,7 @@ XDSP_EXPORT const char *xdsp_file_type_name(int type);
  * @return #XDSP_STATUS_OK, or #XDSP_STATUS_NO_ANSWER when the boot loader
  *         did not confirm.
  */
-XDSP_EXPORT int xdsp_board_file_erase(xdsp_board *board, unsigned index);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_file_erase(xdsp_board *board, unsigned index);
 
 /**
  * @brief Allocates flash to a file.
@@ -566,8 +600,9 @@ XDSP_EXPORT int xdsp_board_file_erase(xdsp_board *board, unsigned index);
  * @param end_address End in bytes.
  * @return #XDSP_STATUS_OK, or #XDSP_STATUS_NO_ANSWER.
  */
-XDSP_EXPORT int xdsp_board_file_allocate(xdsp_board *board, unsigned index, uint32_t start_address,
-                                         uint32_t end_address);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_file_allocate(xdsp_board *board, unsigned index,
+                                                         uint32_t start_address,
+                                                         uint32_t end_address);
 
 /**
  * @brief Sets a file's type.
@@ -576,7 +611,8 @@ XDSP_EXPORT int xdsp_board_file_allocate(xdsp_board *board, unsigned index, uint
  * @param type 0 to 3.
  * @return #XDSP_STATUS_OK, or #XDSP_STATUS_NO_ANSWER.
  */
-XDSP_EXPORT int xdsp_board_file_set_type(xdsp_board *board, unsigned index, int16_t type);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_file_set_type(xdsp_board *board, unsigned index,
+                                                         int16_t type);
 
 /**
  * @brief Formats a file's area and opens it for data.
@@ -584,14 +620,14 @@ XDSP_EXPORT int xdsp_board_file_set_type(xdsp_board *board, unsigned index, int1
  * @param index 0 to 14.
  * @return #XDSP_STATUS_OK, or #XDSP_STATUS_NO_ANSWER.
  */
-XDSP_EXPORT int xdsp_board_file_format(xdsp_board *board, unsigned index);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_file_format(xdsp_board *board, unsigned index);
 
 /**
  * @brief Formats the boot file's area and opens it for data.
  * @param board The board.
  * @return #XDSP_STATUS_OK, or #XDSP_STATUS_NO_ANSWER.
  */
-XDSP_EXPORT int xdsp_board_boot_file_format(xdsp_board *board);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_boot_file_format(xdsp_board *board);
 
 /**
  * @brief Sends a file's data in packets to the file the last format opened.
@@ -600,7 +636,8 @@ XDSP_EXPORT int xdsp_board_boot_file_format(xdsp_board *board);
  * @param length Bytes of @p data, at most 2147483647.
  * @return #XDSP_STATUS_OK, or #XDSP_STATUS_INVALID_ARGUMENT.
  */
-XDSP_EXPORT int xdsp_board_file_send(xdsp_board *board, const uint8_t *data, size_t length);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_file_send(xdsp_board *board, const uint8_t *data,
+                                                     size_t length);
 
 /**
  * @brief Closes the file being written.
@@ -608,7 +645,7 @@ XDSP_EXPORT int xdsp_board_file_send(xdsp_board *board, const uint8_t *data, siz
  * @param number 0 to 14, or #XDSP_BOOT_FILE_NUMBER for the boot file.
  * @return #XDSP_STATUS_OK, or #XDSP_STATUS_NO_ANSWER.
  */
-XDSP_EXPORT int xdsp_board_file_close(xdsp_board *board, unsigned number);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_file_close(xdsp_board *board, unsigned number);
 
 /**
  * @brief Names and dates a file.
@@ -619,15 +656,15 @@ XDSP_EXPORT int xdsp_board_file_close(xdsp_board *board, unsigned number);
  * @return #XDSP_STATUS_OK, #XDSP_STATUS_INVALID_ARGUMENT or
  *         #XDSP_STATUS_NO_ANSWER.
  */
-XDSP_EXPORT int xdsp_board_file_set_name(xdsp_board *board, unsigned index, const char *name,
-                                         double date);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_file_set_name(xdsp_board *board, unsigned index,
+                                                         const char *name, double date);
 
 /**
  * @brief Writes the board's file table to its flash.
  * @param board The board.
  * @return #XDSP_STATUS_OK, or #XDSP_STATUS_NO_ANSWER.
  */
-XDSP_EXPORT int xdsp_board_commit(xdsp_board *board);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_commit(xdsp_board *board);
 
 /**
  * @brief The board's checksum of a file.
@@ -638,7 +675,8 @@ XDSP_EXPORT int xdsp_board_commit(xdsp_board *board);
  * @return #XDSP_STATUS_OK, #XDSP_STATUS_INVALID_ARGUMENT or
  *         #XDSP_STATUS_LINK_LOST.
  */
-XDSP_EXPORT int xdsp_board_file_checksum(xdsp_board *board, unsigned number, uint16_t *checksum);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_file_checksum(xdsp_board *board, unsigned number,
+                                                         uint16_t *checksum);
 
 /**
  * @brief The byte sum modulo 65536 that the board keeps for each file.
@@ -646,14 +684,14 @@ XDSP_EXPORT int xdsp_board_file_checksum(xdsp_board *board, unsigned number, uin
  * @param length Bytes of @p data.
  * @return The checksum.
  */
-XDSP_EXPORT uint16_t xdsp_checksum(const uint8_t *data, size_t length);
+XDSP_EXPORT uint16_t XDSP_BOARD_CALL xdsp_checksum(const uint8_t *data, size_t length);
 
 /**
  * @brief Starts the program the boot loader booted.
  * @param board The board.
  * @return #XDSP_STATUS_OK.
  */
-XDSP_EXPORT int xdsp_board_run(xdsp_board *board);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_run(xdsp_board *board);
 
 /** One file to upload. */
 typedef struct xdsp_upload {
@@ -674,7 +712,7 @@ typedef struct xdsp_upload {
  * @param user The upload's @c user.
  * @return 0 to go on; nonzero cancels the upload before its next packet.
  */
-typedef int (*xdsp_upload_progress)(size_t sent, size_t total, void *user);
+typedef int(XDSP_BOARD_CALL *xdsp_upload_progress)(size_t sent, size_t total, void *user);
 
 /**
  * @brief Uploads a file with all its bookkeeping and checks its checksum.
@@ -699,8 +737,8 @@ typedef int (*xdsp_upload_progress)(size_t sent, size_t total, void *user);
  *         checksums still agree gives #XDSP_STATUS_OK, with its text in
  *         xdsp_board_last_message().
  */
-XDSP_EXPORT int xdsp_board_upload(xdsp_board *board, const xdsp_upload *upload,
-                                  xdsp_upload_progress progress, void *user);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_upload(xdsp_board *board, const xdsp_upload *upload,
+                                                  xdsp_upload_progress progress, void *user);
 
 /** @} */
 
@@ -718,7 +756,7 @@ XDSP_EXPORT int xdsp_board_upload(xdsp_board *board, const xdsp_upload *upload,
  * @param answer Receives the firmware's answer; may be NULL.
  * @return #XDSP_STATUS_OK, or #XDSP_STATUS_NO_ANSWER.
  */
-XDSP_EXPORT int xdsp_board_audio_mute(xdsp_board *board, int on, uint16_t *answer);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_audio_mute(xdsp_board *board, int on, uint16_t *answer);
 
 /**
  * @brief Loads a filter.
@@ -727,7 +765,8 @@ XDSP_EXPORT int xdsp_board_audio_mute(xdsp_board *board, int on, uint16_t *answe
  * @param answer Receives the firmware's answer; may be NULL.
  * @return #XDSP_STATUS_OK, or #XDSP_STATUS_NO_ANSWER.
  */
-XDSP_EXPORT int xdsp_board_audio_load_filter(xdsp_board *board, uint32_t filter, uint16_t *answer);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_audio_load_filter(xdsp_board *board, uint32_t filter,
+                                                             uint16_t *answer);
 
 /**
  * @brief Loads an algorithm.
@@ -736,8 +775,9 @@ XDSP_EXPORT int xdsp_board_audio_load_filter(xdsp_board *board, uint32_t filter,
  * @param answer Receives the firmware's answer; may be NULL.
  * @return #XDSP_STATUS_OK, or #XDSP_STATUS_NO_ANSWER.
  */
-XDSP_EXPORT int xdsp_board_audio_load_algorithm(xdsp_board *board, int32_t algorithm,
-                                                uint16_t *answer);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_audio_load_algorithm(xdsp_board *board,
+                                                                int32_t algorithm,
+                                                                uint16_t *answer);
 
 /**
  * @brief Switches the line output.
@@ -746,7 +786,8 @@ XDSP_EXPORT int xdsp_board_audio_load_algorithm(xdsp_board *board, int32_t algor
  * @param answer Receives the firmware's answer; may be NULL.
  * @return #XDSP_STATUS_OK, or #XDSP_STATUS_NO_ANSWER.
  */
-XDSP_EXPORT int xdsp_board_audio_line_out(xdsp_board *board, int on, uint16_t *answer);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_audio_line_out(xdsp_board *board, int on,
+                                                          uint16_t *answer);
 
 /**
  * @brief Selects the input source.
@@ -755,14 +796,15 @@ XDSP_EXPORT int xdsp_board_audio_line_out(xdsp_board *board, int on, uint16_t *a
  * @param answer Receives the firmware's answer; may be NULL.
  * @return #XDSP_STATUS_OK, or #XDSP_STATUS_NO_ANSWER.
  */
-XDSP_EXPORT int xdsp_board_audio_source(xdsp_board *board, int32_t source, uint16_t *answer);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_audio_source(xdsp_board *board, int32_t source,
+                                                        uint16_t *answer);
 
 /**
  * @brief Resets the audio firmware (it gives no answer).
  * @param board The board.
  * @return #XDSP_STATUS_OK.
  */
-XDSP_EXPORT int xdsp_board_audio_reset(xdsp_board *board);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_audio_reset(xdsp_board *board);
 
 /**
  * @brief Sends bytes that the firmware must send back unchanged.
@@ -772,7 +814,8 @@ XDSP_EXPORT int xdsp_board_audio_reset(xdsp_board *board);
  * @return #XDSP_STATUS_OK, #XDSP_STATUS_INVALID_ARGUMENT, or
  *         #XDSP_STATUS_NO_ANSWER when they did not come back.
  */
-XDSP_EXPORT int xdsp_board_audio_echo(xdsp_board *board, const uint8_t *data, size_t length);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_audio_echo(xdsp_board *board, const uint8_t *data,
+                                                      size_t length);
 
 /**
  * @brief The name and dates of one of the audio firmware's files.
@@ -785,8 +828,9 @@ XDSP_EXPORT int xdsp_board_audio_echo(xdsp_board *board, const uint8_t *data, si
  * @return #XDSP_STATUS_OK, #XDSP_STATUS_INVALID_ARGUMENT, or
  *         #XDSP_STATUS_NO_ANSWER when no name came.
  */
-XDSP_EXPORT int xdsp_board_audio_file_name(xdsp_board *board, int32_t number, char *name,
-                                           size_t capacity, double *created, double *modified);
+XDSP_EXPORT int XDSP_BOARD_CALL xdsp_board_audio_file_name(xdsp_board *board, int32_t number,
+                                                           char *name, size_t capacity,
+                                                           double *created, double *modified);
 
 /** @} */
 

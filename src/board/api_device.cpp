@@ -102,11 +102,15 @@ XDSP_EXPORT int xdsp_board_flash_write(xdsp_board *board, uint32_t address, uint
 
 XDSP_EXPORT int xdsp_board_flash_read(xdsp_board *board, uint32_t address, uint8_t *data,
                                       size_t count) {
-    if (!fits32(count))
+    if (count == 0 || count > 256 || data == nullptr)
         return XDSP_STATUS_INVALID_ARGUMENT;
     return runCall(board, [&](Call &call) -> int {
-        return call.status(
-            commands::readFlash(call.board().link, address, data, static_cast<uint32_t>(count)));
+        link::Link &boardLink = call.board().link;
+        if (!commands::readFlash(boardLink, address, data, static_cast<uint32_t>(count)))
+            return call.status(false);
+        // The flat API takes whatever is in the store; a handle's caller is
+        // told when no answer came.
+        return link::waitForResponse(boardLink, 0) ? XDSP_STATUS_OK : XDSP_STATUS_NO_ANSWER;
     });
 }
 

@@ -63,6 +63,7 @@ template <typename Body> int runCall(xdsp_board *board, Body body) {
     os::LockHold turn(board->callLock);
     if (board->closing.load())
         return XDSP_STATUS_CLOSED;
+    board->reporter.forgetMessage();
     ReportingScope reporting(&board->reporter);
     LastErrorKept kept;
     Call call(*board);

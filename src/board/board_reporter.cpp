@@ -35,6 +35,11 @@ int BoardReporter::message(const Char16 *text, const Char16 *, uint32_t) {
     return 1; // OK, as a person closing the box would answer
 }
 
+void BoardReporter::forgetMessage() {
+    os::LockHold hold(lock_);
+    lastMessage_[0] = 0;
+}
+
 void BoardReporter::lastMessage(char *text, size_t capacity) const {
     os::LockHold hold(lock_);
     size_t length = std::strlen(lastMessage_);

@@ -25,6 +25,8 @@ class BoardReporter final : public Reporter {
     int message(const Char16 *text, const Char16 *caption, uint32_t style) override;
 
     void lastMessage(char *text, size_t capacity) const;
+    // A call begins: what an earlier one raised is not its.
+    void forgetMessage();
     // Grows with every message, so that a call can tell whether it raised one.
     uint32_t messageCount() const { return messageCount_.load(); }
 
