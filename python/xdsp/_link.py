@@ -2,11 +2,13 @@
 
 from __future__ import annotations
 
+import contextlib
 import ctypes
 import logging
+import signal
 import threading
 from collections import deque
-from typing import Any, Deque, Tuple
+from typing import Any, Deque, Iterator, Tuple
 
 from . import errors
 from ._native import (BoardOptions, BoardPointer, LogCallback, decode, library,
@@ -47,18 +49,61 @@ class Handle:
         self._lines: Deque[Tuple[int, int, str]] = deque(maxlen=LINES_KEPT)
         self._logged = 0
         self._message = ""
+        self._held = threading.local()
         # Kept for the handle's life: the library holds only its address.
         self._log_callback = LogCallback(self._log)
         options = BoardOptions(self._log_callback, None)
         pointer = BoardPointer()
         try:
-            library().xdsp_board_open(path.encode("utf-8"), ctypes.byref(options),
-                                      ctypes.byref(pointer))
+            with self._ctrl_c_held():
+                library().xdsp_board_open(path.encode("utf-8"), ctypes.byref(options),
+                                          ctypes.byref(pointer))
         except errors.BoardError as error:
             error.path = path
             error.detail = self._line_since(0)
+            self.raise_held()
             raise
         self._pointer = pointer.value
+        try:
+            self.raise_held()
+        except BaseException:
+            self.close()
+            raise
+
+    def hold(self, error: BaseException) -> None:
+        """Keeps an exception raised in a callback on this thread (where it
+        cannot unwind through the library) for the call to raise on return."""
+        if not self.holding():
+            self._held.error = error
+
+    def holding(self) -> bool:
+        """True when a callback on this thread raised during the current call."""
+        return getattr(self._held, "error", None) is not None
+
+    def raise_held(self) -> None:
+        """Raises the exception a callback on this thread raised, if any."""
+        error = getattr(self._held, "error", None)
+        if error is not None:
+            self._held.error = None
+            raise error from None
+
+    @contextlib.contextmanager
+    def _ctrl_c_held(self) -> Iterator[None]:
+        # Python raises Ctrl-C's KeyboardInterrupt in whatever Python code runs
+        # next on the main thread: inside a call, that is one of this board's
+        # callbacks, which ctypes cannot unwind and would report and drop. So
+        # while the library runs, Ctrl-C is only noted, cancels an upload at
+        # its next packet, and is raised when the call returns.
+        if threading.current_thread() is not threading.main_thread() or \
+                signal.getsignal(signal.SIGINT) is not signal.default_int_handler:
+            yield
+            return
+        previous = signal.signal(signal.SIGINT,
+                                 lambda _signal, _frame: self.hold(KeyboardInterrupt()))
+        try:
+            yield
+        finally:
+            signal.signal(signal.SIGINT, previous)
 
     def _log(self, _board: Any, line: bytes, _user: Any) -> None:
         text = decode(line).rstrip("\r\n")
@@ -103,13 +148,16 @@ class Handle:
             self._calls += 1
             since = self._logged
         try:
-            result = int(function(self._pointer, *arguments))
+            with self._ctrl_c_held():
+                result = int(function(self._pointer, *arguments))
         except errors.BoardError as error:
             error.path = self.path
             error.detail = self._new_message() or self._line_since(since)
+            self.raise_held()
             raise
         else:
             self._new_message()
+            self.raise_held()
             return result
         finally:
             with self._state:
@@ -125,5 +173,7 @@ class Handle:
             self.closing = True
             while self._calls:
                 self._state.wait()
-        library().xdsp_board_close(self._pointer)
+        with self._ctrl_c_held():
+            library().xdsp_board_close(self._pointer)
+        self.raise_held()
 

@@ -206,28 +206,21 @@ class BootLoader:
                               None if name is None else name.encode("utf-8"),
                               ctypes.cast(buffer, ctypes.POINTER(ctypes.c_uint8)),
                               len(payload))
-        raised: List[BaseException] = []
         handle = self._handle
 
         def report(sent: int, total: int, _user: object) -> int:
-            # Everything inside the try: Ctrl-C's KeyboardInterrupt comes at the
-            # first Python line that runs, and one escaping would be lost here.
+            # All inside the try: Ctrl-C's KeyboardInterrupt may come at any line.
             try:
                 if progress is not None:
                     progress(sent, total)
-                return int(handle.closing)
-            except BaseException as error:  # noqa: B902 - re-raised after the upload
-                raised.append(error)
+                return int(handle.closing or handle.holding())
+            except BaseException as error:  # noqa: B902 - raised again by the call
+                handle.hold(error)
                 return 1
 
         # Referenced until the call returns: the library holds only its address.
         callback = ProgressCallback(report)
-        try:
-            self._handle.call("xdsp_board_upload", ctypes.byref(record), callback, None)
-        except errors.CancelledError:
-            if raised:
-                raise raised[0] from None
-            raise
+        self._handle.call("xdsp_board_upload", ctypes.byref(record), callback, None)
 
     def checksum(self, index: int) -> int:
         """The board's 16-bit checksum of file 0 to 14 or of the boot image
