@@ -131,9 +131,9 @@ class Handle:
             if text == self._message:
                 return ""
             self._message = text
-        logger.warning("%s: %s", self.path, text.replace("\n", " "),
-                       extra={"board_path": self.path})
-        return text.replace("\n", " ")
+        shown = text.replace("\n", " ")
+        logger.warning("%s: %s", self.path, shown, extra={"board_path": self.path})
+        return shown
 
     def call(self, name: str, *arguments: Any) -> int:
         """Calls the library's function `name` with this board's handle first;
