@@ -61,15 +61,8 @@ def boards() -> List[BoardInfo]:
         capacity = count.value
     return [BoardInfo(decode(record.path), decode(record.product),
                       decode(record.serial_port), BoardKind(record.kind),
-                      _status(record.status))
+                      errors.as_status(record.status))
             for record in records[:count.value]]
-
-
-def _status(value: int) -> int:
-    try:
-        return errors.Status(value)
-    except ValueError:
-        return value
 
 
 class Gpio:

@@ -8,7 +8,6 @@ import datetime
 from dataclasses import dataclass
 from typing import Callable, List, Optional, Tuple, Union
 
-from . import errors
 from ._link import Handle, byte_buffer, checked_range
 from ._native import FileRecord, Identity, ProgressCallback, UploadRecord, decode, library
 

@@ -28,6 +28,14 @@ class Status(enum.IntEnum):
     SYSTEM = -14
 
 
+def as_status(value: int) -> int:
+    """value as a `Status`; unchanged when the package does not know it."""
+    try:
+        return Status(value)
+    except ValueError:
+        return value
+
+
 class BoardError(OSError):
     """A board API call failed.
 
@@ -39,10 +47,7 @@ class BoardError(OSError):
 
     def __init__(self, operation: str, status: int, text: str = "") -> None:
         super().__init__(operation)
-        try:
-            self.status: int = Status(status)
-        except ValueError:
-            self.status = status
+        self.status = as_status(status)
         self.operation = operation
         self.text = text
         self.path: Optional[str] = None
