@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """Lists the boards, opens the first one (or the device given), prints its
 product and its boot loader's identification, uploads a file with a progress
-bar, reads the file's checksum back and starts the DSP program."""
+bar (Ctrl-C cancels it), reads the file's checksum back and starts the DSP
+program."""
 
 from __future__ import annotations
 
@@ -13,12 +14,12 @@ from pathlib import Path
 import xdsp
 
 
-def show_progress(percent: int) -> None:
+def show_progress(sent: int, total: int) -> None:
     width = 40
-    filled = max(0, min(percent, 100)) * width // 100
-    print(f"\rUploading [{'#' * filled}{'.' * (width - filled)}] {percent:3d}%", end="",
+    filled = sent * width // total if total else width
+    print(f"\rUploading [{'#' * filled}{'.' * (width - filled)}] {sent}/{total} bytes", end="",
           flush=True)
-    if percent >= 100:
+    if sent >= total:
         print()
 
 
@@ -35,10 +36,13 @@ def main() -> int:
     found = xdsp.boards()
     for board_info in found:
         port = board_info.serial_port or "no serial port"
-        print(f"Board {board_info.path} ({port})")
-    path = arguments.device or (found[0].path if found else None)
+        state = "" if board_info.status == xdsp.Status.OK else f", {board_info.status.name}"
+        print(f"{board_info.kind.name.title()} {board_info.path} ({board_info.product or '?'}, "
+              f"{port}{state})")
+    path = arguments.device or next((board_info.path for board_info in found
+                                     if board_info.status == xdsp.Status.OK), None)
     if path is None:
-        print("No board attached: give a device path with --device", file=sys.stderr)
+        print("No free board found: give a device path with --device", file=sys.stderr)
         return 1
 
     data = arguments.file.read_bytes()
@@ -55,8 +59,11 @@ def main() -> int:
             board.bootloader.boot()
             print("DSP program started")
     except xdsp.BoardError as error:
-        print(f"\n{path}: {error}", file=sys.stderr)
+        print(f"\n{error}", file=sys.stderr)
         return 1
+    except KeyboardInterrupt:
+        print("\nUpload cancelled; the file was erased", file=sys.stderr)
+        return 130
     return 0
 
 

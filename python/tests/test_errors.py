@@ -1,86 +1,121 @@
-"""Failures come out as the exception their last-error code names."""
+"""Failures come out as the exception their status names, with the board's
+own words, and a closed board stays closed."""
 
+import builtins
 import logging
-import subprocess
-import sys
+import re
+import threading
+from pathlib import Path
 
 import pytest
 
 import xdsp
 
+HEADER = Path(__file__).resolve().parents[2] / "include" / "xdsp" / "board.h"
 
-def test_board_held_by_another_process_is_busy(xdsp_emulator):
-    holder = subprocess.Popen(
-        [sys.executable, "-c",
-         "import sys, xdsp\nboard = xdsp.open(sys.argv[1])\nprint('open', flush=True)\n"
-         "sys.stdin.read()", xdsp_emulator],
-        stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
-    try:
-        assert holder.stdout.readline().strip() == "open"
+
+def test_statuses_and_version_match_the_library():
+    enum = re.search(r"typedef enum xdsp_status \{(.*?)\} xdsp_status;", HEADER.read_text(),
+                     re.S).group(1)
+    declared = {name: int(value) for name, value in
+                re.findall(r"XDSP_STATUS_(\w+)\s*=\s*(-?\d+)", enum)}
+    assert declared == {status.name: status.value for status in xdsp.Status}
+    assert xdsp.__version__ == xdsp.library().version()
+
+    for error, builtin in ((xdsp.TimeoutError, builtins.TimeoutError),
+                           (xdsp.NotFoundError, FileNotFoundError),
+                           (xdsp.PermissionDeniedError, PermissionError),
+                           (xdsp.BoardError, OSError)):
+        assert issubclass(error, builtin) and issubclass(error, xdsp.BoardError)
+
+
+def test_open_refusals(tmp_path, xdsp_emulator):
+    missing = str(tmp_path / "missing.sock")
+    with pytest.raises(FileNotFoundError) as raised:
+        xdsp.open(missing)
+    assert isinstance(raised.value, xdsp.NotFoundError)
+    assert raised.value.status == xdsp.Status.NOT_FOUND and raised.value.path == missing
+    assert "CreateFile Error" in str(raised.value)  # the library's own words
+
+    with xdsp.open(xdsp_emulator) as board:
         with pytest.raises(xdsp.BusyError) as raised:
             xdsp.open(xdsp_emulator)
-        assert raised.value.code == 32
-    finally:
-        holder.communicate("")
-    assert holder.returncode == 0
-    with xdsp.open(xdsp_emulator) as board:  # free again once the holder left
-        assert board.product
+        assert raised.value.status == xdsp.Status.BUSY
+        assert board.product == "XDSP Virtual Board"  # the refusal left it alone
+
+    xdsp.open(xdsp_emulator)  # dropped at once: a board closes itself as garbage
+    with xdsp.open(xdsp_emulator) as board:
+        assert board.online
 
 
 @pytest.mark.xdsp_emulator("--unacknowledged", "30")
-def test_format_refused_stops_the_upload(xdsp_emulator):
-    with xdsp.open(xdsp_emulator) as board:
-        seen = []
-        with pytest.raises(xdsp.FormatFailedError) as raised:
-            board.bootloader.upload(b"data", 2, name="d", progress=seen.append)
-        assert raised.value.code == 11
-        assert seen == [10, 15]
+def test_format_refused_stops_the_upload(xdsp_board, caplog):
+    seen = []
+    with pytest.raises(xdsp.FormatFailedError) as raised:
+        xdsp_board.bootloader.upload(b"data", 2, name="d",
+                                     progress=lambda sent, total: seen.append(sent))
+    assert raised.value.detail == "Error in Format. Cancelling Upload."
+    assert seen == [0]
+    warnings = [record.getMessage() for record in caplog.records
+                if record.levelno == logging.WARNING and record.name == "xdsp.board"]
+    assert warnings == [f"{xdsp_board.path}: Error in Format. Cancelling Upload."]
 
 
 @pytest.mark.xdsp_emulator("--silent")
-def test_silent_boot_loader(xdsp_emulator):
-    with xdsp.open(xdsp_emulator) as board:
-        with pytest.raises(xdsp.BootLoaderError, match="did not answer"):
-            board.bootloader.identify()
+def test_silent_boot_loader_times_out(xdsp_board):
+    with pytest.raises(TimeoutError) as raised:
+        xdsp_board.bootloader.identify()
+    assert raised.value.status == xdsp.Status.NO_ANSWER
 
 
-@pytest.mark.xdsp_emulator("--unacknowledged", "2B")
-def test_message_box_becomes_warning_and_exception_text(xdsp_emulator, caplog):
-    with xdsp.open(xdsp_emulator) as board:
-        with pytest.raises(xdsp.BootLoaderError, match="file table could not be read") as raised:
-            board.bootloader.identify()
-        assert "FAI Error" in str(raised.value)
-        assert [record.getMessage() for record in caplog.records
-                if record.levelno == logging.WARNING] == ["FAI Error"]
+def test_argument_refused_by_the_library(xdsp_board):
+    with pytest.raises(xdsp.InvalidArgumentError) as raised:
+        xdsp_board.spi(bytes(600), select=1)  # longer than an output report
+    assert "writeLength 600 refused" in str(raised.value)
+    xdsp_board.flash.write(0x2000, b"still fine")
 
 
-def test_argument_refused_by_the_library(xdsp_emulator):
-    with xdsp.open(xdsp_emulator) as board:
-        with pytest.raises(xdsp.InvalidArgumentError) as raised:
-            board.spi(bytes(600), select=1)  # longer than an output report
-        assert raised.value.code == 87 and xdsp.InvalidArgument is xdsp.InvalidArgumentError
-        assert "writeLength 600 refused" in str(raised.value)
-        board.flash.write(0x2000, b"still fine")
+def test_a_closed_board_raises_and_leaves_the_others_alone(xdsp_board_factory):
+    first, second = xdsp_board_factory(), xdsp_board_factory("--product", "Two")
+    first.bootloader.upload(b"one!", 1, name="one")
+    second.bootloader.upload(b"two!", 1, name="two")
+    first.close()
+    first.close()  # a second close does nothing
+    for call in (lambda: first.product, first.bootloader.files,
+                 lambda: first.bootloader.checksum(1)):
+        with pytest.raises(xdsp.ClosedError) as raised:
+            call()
+        assert raised.value.status == xdsp.Status.CLOSED
+    assert not first.is_open and not first.online
+    assert second.product == "Two"
+    assert [entry.name for entry in second.bootloader.files()] == ["two"]
 
 
-def test_closed_board_raises_no_link(xdsp_emulator):
-    board = xdsp.open(xdsp_emulator)
-    board.close()
-    board.close()  # a second close does nothing
-    with pytest.raises(xdsp.NoLinkError) as raised:
-        board.product
-    assert raised.value.code == 6 and xdsp.NotOpenError is xdsp.NoLinkError
-    with pytest.raises(xdsp.NoLinkError):
-        board.bootloader.identify()
+def test_close_from_another_thread_cancels_an_upload(xdsp_board):
+    started = threading.Event()
+    outcome = []
+
+    def upload():
+        try:
+            xdsp_board.bootloader.upload(bytes(256 * 400), 1, name="long",
+                                         progress=lambda sent, total: started.set())
+        except xdsp.BoardError as error:
+            outcome.append(error)
+
+    worker = threading.Thread(target=upload)
+    worker.start()
+    assert started.wait(10)
+    xdsp_board.close()
+    worker.join(10)
+    assert [type(error) for error in outcome] == [xdsp.CancelledError]
 
 
 @pytest.mark.xdsp_emulator("--audio", "--audio-no-magic", "1")
-def test_audio_commands(xdsp_emulator):
-    with xdsp.open(xdsp_emulator) as board:
-        with pytest.raises(xdsp.AudioError):
-            board.audio.mute(True)
-        board.audio.mute(False)
-        board.audio.source(2)
-        assert board.audio.echo(bytes(range(64)))
-        with pytest.raises(ValueError):
-            board.audio.echo(b"odd")
+def test_audio_commands(xdsp_board):
+    with pytest.raises(xdsp.TimeoutError):
+        xdsp_board.audio.mute(True)
+    xdsp_board.audio.mute(False)
+    xdsp_board.audio.source(2)
+    xdsp_board.audio.echo(bytes(range(64)))
+    with pytest.raises(ValueError):
+        xdsp_board.audio.echo(b"odd")

@@ -9,7 +9,7 @@ import xdsp
 
 def test_identifies_board_and_boot_loader(xdsp_emulator):
     with xdsp.open(xdsp_emulator) as board:
-        assert board.is_open and board.path == xdsp_emulator
+        assert board.is_open and board.online and board.path == xdsp_emulator
         assert board.product == "XDSP Virtual Board"
         info = board.bootloader.identify()
         assert info.version == "2.61"
@@ -19,15 +19,6 @@ def test_identifies_board_and_boot_loader(xdsp_emulator):
         assert info.product  # the product table's name for the default code
         assert board.bootloader.files() == []
     assert not board.is_open
-
-
-@pytest.mark.xdsp_emulator("--product", "Bench Board 7", "--boot-version", "305",
-                           "--dsp-id", "0A0B0C0D")
-def test_reports_what_the_board_says(xdsp_emulator):
-    with xdsp.open(xdsp_emulator) as board:
-        assert board.product == "Bench Board 7"
-        info = board.bootloader.identify()
-        assert (info.version, info.dsp) == ("3.05", "0A 0B 0C 0D")
 
 
 @pytest.mark.xdsp_emulator("--loopback", "--gpio", "1234")
@@ -51,10 +42,18 @@ def test_device_commands(xdsp_emulator):
             board.calibration = b"short"
 
 
-def test_debug_lines_reach_the_logger_whole(xdsp_emulator, caplog):
-    caplog.set_level(logging.DEBUG, logger="xdsp")
-    with xdsp.open(xdsp_emulator) as board:
-        board.bootloader.identify()
-    lines = [record.getMessage() for record in caplog.records if record.name == "xdsp"]
-    assert lines, "the library wrote no debug lines"
-    assert all("\n" not in line and line.strip() for line in lines)
+def test_each_board_logs_whole_lines_with_its_path(xdsp_board_factory, caplog):
+    caplog.set_level(logging.DEBUG, logger="xdsp.board")
+    first, second = xdsp_board_factory(), xdsp_board_factory()
+    first.bootloader.identify()
+    second.close()
+    records = [record for record in caplog.records if record.name == "xdsp.board"]
+    for board in (first, second):
+        lines = [record.getMessage() for record in records
+                 if getattr(record, "board_path", None) == board.path]
+        assert lines, f"{board.path} logged nothing"
+        assert all(line.startswith(f"{board.path}: ") for line in lines)
+        assert all("\n" not in line and "\r" not in line and line.split(": ", 1)[1].strip()
+                   for line in lines)
+    assert any("GetMemoryType()" in record.getMessage() for record in records
+               if record.board_path == first.path)

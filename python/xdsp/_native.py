@@ -1,114 +1,128 @@
-"""The shared library: finding it, its function prototypes, its last-error
-code, UTF-16 strings and the sinks for its debug lines and message boxes."""
+"""The board API of the shared library: finding it and its function
+prototypes, each with the check that turns a failed status into an exception."""
 
 from __future__ import annotations
 
-import atexit
 import ctypes
 import ctypes.util
-import logging
 import os
 import sys
 import threading
-from collections import deque
 from pathlib import Path
-from typing import Any, Callable, Deque, Dict, List, Optional, Sequence
+from typing import Any, Callable, Dict, List, Optional
 
-logger = logging.getLogger("xdsp")
+from . import errors
 
 WINDOWS = sys.platform == "win32"
 
-# xdsp_char16 is char16_t on Linux and wchar_t on Windows: 16 bits on both,
-# while ctypes.c_wchar is 32 bits on Linux, so texts travel as uint16 arrays.
-Char16 = ctypes.c_uint16
-Char16Ptr = ctypes.POINTER(Char16)
+#: The board API's library: its own cdecl DLL on Windows, part of libxdsp.so on Linux.
+LIBRARY_NAME = "xdsp_board.dll" if WINDOWS else "libxdsp.so"
+_SEARCH_NAME = "xdsp_board" if WINDOWS else "xdsp"
+
+# An xdsp_board * never read here, only handed back.
+BoardPointer = ctypes.c_void_p
 BytePtr = ctypes.POINTER(ctypes.c_uint8)
 
-DEVICE_PATH_CHARS = 260
-FRIENDLY_NAME_CHARS = 64
+LogCallback = ctypes.CFUNCTYPE(None, BoardPointer, ctypes.c_char_p, ctypes.c_void_p)
+ProgressCallback = ctypes.CFUNCTYPE(ctypes.c_int, ctypes.c_size_t, ctypes.c_size_t,
+                                    ctypes.c_void_p)
 
 
-class DeviceRecord(ctypes.Structure):
-    _fields_ = [
-        ("matchNumber", ctypes.c_uint32),
-        ("hidIndex", ctypes.c_uint32),
-        ("devicePath", Char16 * DEVICE_PATH_CHARS),
-    ]
+class BoardOptions(ctypes.Structure):
+    _fields_ = [("log", LogCallback), ("log_user", ctypes.c_void_p)]
 
 
-if WINDOWS:
-    # Every export is __stdcall on x86; on x64 both factories are the same.
-    _FunctionType = ctypes.WINFUNCTYPE  # type: ignore[attr-defined]
-else:
-    _FunctionType = ctypes.CFUNCTYPE
+class BoardInfoRecord(ctypes.Structure):
+    _fields_ = [("path", ctypes.c_char * 1024), ("product", ctypes.c_char * 192),
+                ("serial_port", ctypes.c_char * 1024), ("kind", ctypes.c_int),
+                ("status", ctypes.c_int)]
 
-ProgressCallback = _FunctionType(ctypes.c_int32, ctypes.c_int32, ctypes.c_uint32)
-DebugHandler = ctypes.CFUNCTYPE(None, Char16Ptr, ctypes.c_void_p)
-MessageHandler = ctypes.CFUNCTYPE(ctypes.c_int, Char16Ptr, Char16Ptr, ctypes.c_uint32,
-                                  ctypes.c_void_p)
 
-_u8, _u16, _u32, _i16, _i32 = (ctypes.c_uint8, ctypes.c_uint16, ctypes.c_uint32, ctypes.c_int16,
-                               ctypes.c_int32)
-_dbl = ctypes.POINTER(ctypes.c_double)
+class SpiSettings(ctypes.Structure):
+    _fields_ = [("select", ctypes.c_uint16), ("busy_mask", ctypes.c_uint16),
+                ("mode", ctypes.c_int32), ("setting_a", ctypes.c_uint16),
+                ("setting_b", ctypes.c_uint16)]
+
+
+class Identity(ctypes.Structure):
+    _fields_ = [("version", ctypes.c_char * 256), ("product", ctypes.c_char * 256),
+                ("dsp", ctypes.c_char * 256), ("memory_size", ctypes.c_uint32)]
+
+
+class FileRecord(ctypes.Structure):
+    _fields_ = [("type", ctypes.c_uint16), ("start_address", ctypes.c_uint32),
+                ("end_address", ctypes.c_uint32), ("fai_bytes", ctypes.c_uint32),
+                ("name", ctypes.c_char * 192), ("created", ctypes.c_double),
+                ("modified", ctypes.c_double)]
+
+
+class UploadRecord(ctypes.Structure):
+    _fields_ = [("file_index", ctypes.c_int32), ("type", ctypes.c_int16),
+                ("start_address", ctypes.c_uint32), ("end_address", ctypes.c_uint32),
+                ("name", ctypes.c_char_p), ("data", BytePtr), ("length", ctypes.c_size_t)]
+
+
+def _check_status(result: int, function: Any, _arguments: Any) -> int:
+    if result < 0:
+        raise errors.error_for(result, function.__name__, status_text(result))
+    return result
+
+
+_int, _uint, _size = ctypes.c_int, ctypes.c_uint, ctypes.c_size_t
+_u16, _u32, _i16, _i32 = ctypes.c_uint16, ctypes.c_uint32, ctypes.c_int16, ctypes.c_int32
 _u16p, _u32p = ctypes.POINTER(_u16), ctypes.POINTER(_u32)
+_dblp, _sizep = ctypes.POINTER(ctypes.c_double), ctypes.POINTER(_size)
+_text, _board = ctypes.c_char_p, BoardPointer
 
-# name: (result type, argument types)
-_PROTOTYPES: Dict[str, Any] = {
-    "EnumUSBHIDDevices": (_u32, [_u16, _u16, ctypes.POINTER(DeviceRecord), _u32]),
-    "GetMatchingHID_COMDevice": (_i32, [Char16Ptr, Char16Ptr, Char16Ptr]),
-    "InitializeHIDUSBPacketPath": (_i32, [Char16Ptr]),
-    "DestroyHIDUSBPacket": (_i32, []),
-    "IsOnline": (_i32, []),
-    "IsDeviceInitialized": (_i32, []),
-    "GetPIN": (_u16, []),
-    "GetProductNameStruct": (None, [BytePtr]),
-    "GetGPIOIn": (_u16, []),
-    "SetGPIOOut": (None, [_u16]),
-    "GetADCIn": (_u16, [_u32]),
-    "XMOS_EnableADC": (_u32, [_i32]),
-    "WriteSPIEx": (_i32, [_u16, _u16, _i32, _u16, _u16, BytePtr, _u32, BytePtr, _u32]),
-    "WriteFLASH": (_i32, [_u32, _u16, BytePtr, _u32]),
-    "ReadFLASH": (_i32, [_u32, BytePtr, _u32]),
-    "WriteTEDS": (_i32, [_u16, BytePtr, _u32, BytePtr, _u32]),
-    "WriteCalibrate": (_i32, [BytePtr]),
-    "ReadCalibrate": (_i32, [BytePtr]),
-    "BootLoader_Init": (_i32, [_u16, _u16]),
-    "BootLoader_GetVersion": (Char16Ptr, []),
-    "BootLoader_GetProduct": (Char16Ptr, []),
-    "BootLoader_GetDSP": (Char16Ptr, []),
-    "BootLoader_GetMemory": (_u32, []),
-    "XMOSBoot_GetMemoryType": (Char16Ptr, []),
-    "BootLoader_MaxFiles": (_u32, []),
-    "BootLoader_GetFileDesc": (_i32, [_i32, _u16p, _u32p, _u32p, _u32p, Char16Ptr, _u32, _dbl,
-                                      _dbl]),
-    "BootLoader_GetTypeName": (Char16Ptr, [_i16]),
-    "BootLoader_Send": (_i32, [_i32, _i16, _u32, _u32, Char16Ptr, BytePtr, _u32, _i32,
-                               ProgressCallback, _u32]),
-    "BootLoader_GetFileChecksum": (_u16, [_i32]),
-    "BootLoader_ComputeFileChecksum": (_u16, [BytePtr, _u32]),
-    "BootLoader_Boot": (_i32, []),
-    "Halvio_Mute": (_i32, [_i32]),
-    "Halvio_LineOut": (_i32, [_i32]),
-    "Halvio_Source": (_i32, [_i32]),
-    "Halvio_LoadFilter": (_i32, [_u32]),
-    "Halvio_LoadAlgorithm": (_i32, [_i32]),
-    "Halvio_Reset": (None, []),
-    "Halvio_Echo": (_i32, [BytePtr, _u32]),
+# name: argument types of the functions that return a status, checked on return
+_STATUS_FUNCTIONS: Dict[str, List[Any]] = {
+    "xdsp_board_open": [_text, ctypes.POINTER(BoardOptions), ctypes.POINTER(_board)],
+    "xdsp_board_close": [_board],
+    "xdsp_board_product_name": [_board, ctypes.c_char_p, _size],
+    "xdsp_board_last_message": [_board, ctypes.c_char_p, _size],
+    "xdsp_list_boards": [ctypes.POINTER(BoardInfoRecord), _size, _sizep],
+    "xdsp_board_spi_transfer": [_board, ctypes.POINTER(SpiSettings), BytePtr, _size, BytePtr,
+                                _size],
+    "xdsp_board_gpio_read": [_board, _u16p],
+    "xdsp_board_gpio_write": [_board, _u16],
+    "xdsp_board_adc_read": [_board, _uint, _u16p],
+    "xdsp_board_adc_enable": [_board, _int],
+    "xdsp_board_flash_write": [_board, _u32, _u16, BytePtr, _size],
+    "xdsp_board_flash_read": [_board, _u32, BytePtr, _size],
+    "xdsp_board_teds_transfer": [_board, _u16, BytePtr, _size, BytePtr, _size],
+    "xdsp_board_calibration_write": [_board, BytePtr],
+    "xdsp_board_calibration_read": [_board, BytePtr],
+    "xdsp_board_boot_loader_init": [_board, _u16, _u16, ctypes.POINTER(Identity)],
+    "xdsp_board_boot_loader_query": [_board, _int, ctypes.c_char_p, _size],
+    "xdsp_board_file": [_board, _uint, ctypes.POINTER(FileRecord)],
+    "xdsp_board_file_table_read": [_board],
+    "xdsp_board_file_checksum": [_board, _uint, _u16p],
+    "xdsp_board_run": [_board],
+    "xdsp_board_upload": [_board, ctypes.POINTER(UploadRecord), ProgressCallback,
+                          ctypes.c_void_p],
+    "xdsp_board_audio_mute": [_board, _int, _u16p],
+    "xdsp_board_audio_line_out": [_board, _int, _u16p],
+    "xdsp_board_audio_source": [_board, _i32, _u16p],
+    "xdsp_board_audio_load_filter": [_board, _u32, _u16p],
+    "xdsp_board_audio_load_algorithm": [_board, _i32, _u16p],
+    "xdsp_board_audio_reset": [_board],
+    "xdsp_board_audio_echo": [_board, BytePtr, _size],
 }
 
-_LINUX_EXTRAS: Dict[str, Any] = {
-    "xdsp_last_error": (_u32, []),
-    "xdsp_set_last_error": (None, [_u32]),
-    "xdsp_set_debug_handler": (None, [DebugHandler, ctypes.c_void_p]),
-    "xdsp_set_message_handler": (None, [MessageHandler, ctypes.c_void_p]),
+# name: (result type, argument types) of the functions whose result is a value
+_VALUE_FUNCTIONS: Dict[str, Any] = {
+    "xdsp_status_text": (_text, [_int]),
+    "xdsp_version": (_text, []),
+    "xdsp_file_type_name": (_text, [_int]),
+    "xdsp_checksum": (_u16, [BytePtr, _size]),
+    # Its LINK_LOST is an answer, not a failure.
+    "xdsp_board_online": (_int, [_board]),
 }
-
-LIBRARY_NAME = "xdsp.dll" if WINDOWS else "libxdsp.so"
 
 
 def candidate_paths() -> List[str]:
     """Where the library is looked for, in order: XDSP_LIBRARY, next to this
-    package, then the system's search path."""
+    package (where a wheel carries it), then the system's search path."""
     found: List[str] = []
     override = os.environ.get("XDSP_LIBRARY")
     if override:
@@ -116,150 +130,44 @@ def candidate_paths() -> List[str]:
     beside = Path(__file__).resolve().parent / LIBRARY_NAME
     if beside.exists():
         found.append(str(beside))
-    found.append(ctypes.util.find_library("xdsp") or LIBRARY_NAME)
+    found.append(ctypes.util.find_library(_SEARCH_NAME) or LIBRARY_NAME)
     return found
 
 
-def text_in(text: str) -> "ctypes.Array[ctypes.c_uint16]":
-    """A zero-terminated UTF-16 copy of text for the library."""
-    units = text.encode("utf-16-le")
-    buffer = (Char16 * (len(units) // 2 + 1))()
-    ctypes.memmove(buffer, units, len(units))
-    return buffer
-
-
-def text_out(pointer: Any, limit: Optional[int] = None) -> str:
-    """The zero-terminated UTF-16 text at pointer (a buffer or a pointer)."""
-    if not pointer:
-        return ""
-    units: List[int] = []
-    index = 0
-    while limit is None or index < limit:
-        unit = pointer[index]
-        if unit == 0:
-            break
-        units.append(unit)
-        index += 1
-    return b"".join(unit.to_bytes(2, "little") for unit in units).decode("utf-16-le",
-                                                                         "replace")
-
-
-def byte_buffer(data: Sequence[int] | bytes | bytearray | memoryview
-                ) -> "ctypes.Array[ctypes.c_uint8]":
-    raw = bytes(data)
-    return (ctypes.c_uint8 * max(len(raw), 1)).from_buffer_copy(raw or b"\0")
-
-
-class _Diagnostics:
-    """Joins the library's debug pieces into lines for the `xdsp` logger and
-    keeps the latest lines and message boxes of each thread, so that a failed
-    call can say what the library said."""
-
-    def __init__(self) -> None:
-        self._lock = threading.Lock()
-        # Keyed by thread id: the poll thread is not a Python thread and gets
-        # a fresh thread state, so threading.local would forget its pieces.
-        self._pieces: Dict[int, str] = {}
-        self._lines: Dict[int, Deque[str]] = {}
-        self._messages: Dict[int, List[str]] = {}
-
-    def begin_call(self) -> None:
-        ident = threading.get_ident()
-        with self._lock:
-            self._messages.pop(ident, None)
-            self._lines.pop(ident, None)
-
-    def debug(self, text: str) -> None:
-        ident = threading.get_ident()
-        with self._lock:
-            pending = self._pieces.pop(ident, "") + text
-            *lines, rest = pending.split("\n")
-            if rest:
-                self._pieces[ident] = rest
-            lines = [line.rstrip("\r") for line in lines if line.strip()]
-            recent = self._lines.setdefault(ident, deque(maxlen=16))
-            recent.extend(lines)
-        for line in lines:
-            logger.debug("%s", line)
-
-    def message(self, text: str, caption: str) -> None:
-        shown = f"{caption}: {text}" if caption else text
-        with self._lock:
-            self._messages.setdefault(threading.get_ident(), []).append(shown)
-        logger.warning("%s", shown.replace("\n", " "))
-
-    def said(self) -> str:
-        """What the library showed in message boxes during this thread's call,
-        else its last debug line."""
-        ident = threading.get_ident()
-        with self._lock:
-            messages = self._messages.get(ident, [])
-            if messages:
-                return "; ".join(message.replace("\n", " ") for message in messages)
-            lines = self._lines.get(ident)
-            return lines[-1].strip() if lines else ""
-
-
-diagnostics = _Diagnostics()
-
-
-def _on_debug(text: Any, _context: Any) -> None:
-    try:
-        diagnostics.debug(text_out(text))
-    except Exception:  # an exception must not unwind into the library
-        logger.exception("xdsp debug handler failed")
-
-
-def _on_message(text: Any, caption: Any, _style: int, _context: Any) -> int:
-    try:
-        diagnostics.message(text_out(text), text_out(caption))
-    except Exception:
-        logger.exception("xdsp message handler failed")
-    return 1  # IDOK: the library only waits for the box to close
-
-
 class Library:
-    """The loaded library with its prototypes set."""
+    """The loaded board API with its prototypes set: a function that returns a
+    failed status raises the `xdsp.BoardError` subclass for it."""
 
     def __init__(self, path: str) -> None:
-        if WINDOWS:
-            self.dll = ctypes.WinDLL(path, use_last_error=True)  # type: ignore[attr-defined]
-        else:
-            self.dll = ctypes.CDLL(path)
+        #: The file the library was loaded from.
         self.path = path
-        tables = [_PROTOTYPES] if WINDOWS else [_PROTOTYPES, _LINUX_EXTRAS]
-        for table in tables:
-            for name, (result, arguments) in table.items():
-                function = getattr(self.dll, name)
-                function.restype = result
-                function.argtypes = arguments
-        if not WINDOWS:
-            # Kept on the instance: the library holds only the raw pointers.
-            self._debug_handler = DebugHandler(_on_debug)
-            self._message_handler = MessageHandler(_on_message)
-            self.dll.xdsp_set_debug_handler(self._debug_handler, None)
-            self.dll.xdsp_set_message_handler(self._message_handler, None)
-            atexit.register(self._silence)
-
-    def _silence(self) -> None:
-        self.dll.xdsp_set_debug_handler(DebugHandler(), None)
-        self.dll.xdsp_set_message_handler(MessageHandler(), None)
+        self._dll = ctypes.CDLL(path)
+        for name, arguments in _STATUS_FUNCTIONS.items():
+            function = getattr(self._dll, name)
+            function.restype = ctypes.c_int
+            function.argtypes = arguments
+            function.errcheck = _check_status
+        for name, (result, arguments) in _VALUE_FUNCTIONS.items():
+            function = getattr(self._dll, name)
+            function.restype = result
+            function.argtypes = arguments
 
     def __getattr__(self, name: str) -> Callable[..., Any]:
-        return getattr(self.dll, name)  # type: ignore[no-any-return]
+        return getattr(self._dll, name)  # type: ignore[no-any-return]
 
-    def last_error(self) -> int:
-        """The calling thread's last-error code (GetLastError() on Windows)."""
-        if WINDOWS:
-            return ctypes.get_last_error() & 0xFFFFFFFF  # type: ignore[attr-defined]
-        return int(self.dll.xdsp_last_error())
+    def version(self) -> str:
+        """The library's version, "major.minor.patch.build"."""
+        return decode(self._dll.xdsp_version())
 
-    def clear_last_error(self) -> None:
-        """Sets the calling thread's last-error code to 0."""
-        if WINDOWS:
-            ctypes.set_last_error(0)  # type: ignore[attr-defined]
-        else:
-            self.dll.xdsp_set_last_error(0)
+
+def decode(raw: Optional[bytes]) -> str:
+    """A UTF-8 text from the library."""
+    return (raw or b"").decode("utf-8", "replace")
+
+
+def status_text(status: int) -> str:
+    """The library's short English text for a status."""
+    return decode(library().xdsp_status_text(status))
 
 
 _library: Optional[Library] = None
@@ -276,9 +184,9 @@ def library() -> Library:
                 try:
                     _library = Library(path)
                     break
-                except OSError as error:
+                except (OSError, AttributeError) as error:
                     failures.append(f"{path}: {error}")
             else:
-                raise OSError("cannot load the xdsp library; set XDSP_LIBRARY to its path ("
-                              + "; ".join(failures) + ")")
+                raise OSError("cannot load the xdsp board library; set XDSP_LIBRARY to its "
+                              "path (" + "; ".join(failures) + ")")
         return _library

@@ -8,10 +8,8 @@ import datetime
 from dataclasses import dataclass
 from typing import Callable, List, Optional, Tuple, Union
 
-from . import errors
-from ._link import Link, checked_range
-from ._native import Char16, ProgressCallback, byte_buffer, diagnostics, library, text_in, \
-    text_out
+from ._link import Handle, byte_buffer, checked_range
+from ._native import FileRecord, Identity, ProgressCallback, UploadRecord, decode, library
 
 #: The boot loader's files are indexes 0 to 14.
 MAX_FILES = 15
@@ -23,13 +21,16 @@ BOOT_FILE_NUMBER = 300
 FILE_TYPE_DATA, FILE_TYPE_BOOT, FILE_TYPE_FPGA, FILE_TYPE_LINK = 0, 1, 2, 3
 SECTOR_BYTES = 4096
 FIRST_FILE_ADDRESS = 0x10000  # after the boot image's area and the file table
-NAME_CHARS = 64
+QUERY_MEMORY = 3
+TEXT_BYTES = 256
 DEFAULT_SELECT = 2
 DEFAULT_BUSY_MASK = 2
 
 _OLE_EPOCH = datetime.datetime(1899, 12, 30)
 
-Progress = Callable[[int], object]
+#: An upload's progress callback: called with the bytes on the board so far
+#: and the file's bytes, before the data goes out and after every packet.
+Progress = Callable[[int, int], object]
 
 
 def from_ole_date(value: float) -> Optional[datetime.datetime]:
@@ -90,7 +91,7 @@ class FileEntry:
 
 def type_name(file_type: int) -> str:
     """"Data", "Boot", "FPGA" or "Link"; "" for any other type."""
-    return text_out(library().BootLoader_GetTypeName(file_type))
+    return decode(library().xdsp_file_type_name(file_type))
 
 
 def _file_type(value: Union[int, str]) -> int:
@@ -102,12 +103,20 @@ def _file_type(value: Union[int, str]) -> int:
     return checked_range(value, -0x8000, 0x7FFF, "the file type")
 
 
-class BootLoader:
-    """The boot loader of the open board's DSP (`board.bootloader`). Call
-    `identify()` first: it reads the file table that the rest works with."""
+def compute_checksum(data: bytes) -> int:
+    """The checksum the boot loader keeps of a file: the byte sum modulo 65536
+    (of a boot image, the board leaves out its first 256 bytes)."""
+    raw = bytes(data)
+    return int(library().xdsp_checksum(byte_buffer(raw), len(raw)))
 
-    def __init__(self, link: Link) -> None:
-        self._link = link
+
+class BootLoader:
+    """The boot loader of the board's DSP (`board.bootloader`). `identify()`
+    reads the file table that the rest works with; the first call that needs
+    it identifies the boot loader with the usual select and busy line."""
+
+    def __init__(self, handle: Handle) -> None:
+        self._handle = handle
         self._identified = False
 
     def identify(self, select: int = DEFAULT_SELECT,
@@ -117,20 +126,15 @@ class BootLoader:
         on GPIO bits `busy_mask`."""
         checked_range(select, 0, 0xFFFF, "select")
         checked_range(busy_mask, 0, 0xFFFF, "busy_mask")
-        lib = library()
-        if not self._link.call("boot loader identification",
-                               lambda: lib.BootLoader_Init(select, busy_mask)):
-            if lib.BootLoader_GetMemory() == 0:
-                what = "the boot loader did not answer, or reports no known flash chip"
-            else:
-                what = "the boot loader's file table could not be read"
-            raise self._link.failure(what, fallback=errors.BootLoaderError)
+        identity = Identity()
+        self._handle.call("xdsp_board_boot_loader_init", select, busy_mask,
+                          ctypes.byref(identity))
         self._identified = True
-        return BootLoaderInfo(text_out(lib.BootLoader_GetVersion()),
-                              text_out(lib.BootLoader_GetProduct()),
-                              text_out(lib.BootLoader_GetDSP()),
-                              text_out(lib.XMOSBoot_GetMemoryType()),
-                              int(lib.BootLoader_GetMemory()))
+        memory = ctypes.create_string_buffer(TEXT_BYTES)
+        self._handle.call("xdsp_board_boot_loader_query", QUERY_MEMORY, memory, TEXT_BYTES)
+        return BootLoaderInfo(decode(identity.version), decode(identity.product),
+                              decode(identity.dsp), decode(memory.value),
+                              identity.memory_size)
 
     def _ensure_identified(self) -> None:
         if not self._identified:
@@ -140,22 +144,15 @@ class BootLoader:
         """The file table's entry for file 0 to 14, as last read."""
         checked_range(index, 0, MAX_FILES - 1, "the file index")
         self._ensure_identified()
-        kind = ctypes.c_uint16()
-        start, end, fai = ctypes.c_uint32(), ctypes.c_uint32(), ctypes.c_uint32()
-        name = (Char16 * NAME_CHARS)()
-        created, modified = ctypes.c_double(), ctypes.c_double()
-        library().BootLoader_GetFileDesc(index, ctypes.byref(kind), ctypes.byref(start),
-                                         ctypes.byref(end), ctypes.byref(fai), name, NAME_CHARS,
-                                         ctypes.byref(created), ctypes.byref(modified))
-        return FileEntry(index, kind.value, type_name(kind.value), start.value, end.value,
-                         fai.value, text_out(name, NAME_CHARS), from_ole_date(created.value),
-                         from_ole_date(modified.value))
+        record = FileRecord()
+        self._handle.call("xdsp_board_file", index, ctypes.byref(record))
+        return FileEntry(index, record.type, type_name(record.type), record.start_address,
+                         record.end_address, record.fai_bytes, decode(record.name),
+                         from_ole_date(record.created), from_ole_date(record.modified))
 
     def files(self) -> List[FileEntry]:
         """The files that hold an allocation or a name."""
-        self._ensure_identified()
-        count = int(library().BootLoader_MaxFiles())
-        return [entry for entry in map(self.file, range(count)) if entry.used]
+        return [entry for entry in map(self.file, range(MAX_FILES)) if entry.used]
 
     def _place(self, index: int, length: int) -> Tuple[int, int]:
         # The file's own sectors when the data fits them, else the first free
@@ -171,79 +168,69 @@ class BootLoader:
     def upload(self, data: bytes, index: int, name: Optional[str] = None,
                type: Union[int, str, None] = None, *,  # noqa: A002 - the file's type
                start: Optional[int] = None, end: Optional[int] = None,
-               progress: Optional[Progress] = None, show_errors: bool = False) -> None:
+               progress: Optional[Progress] = None) -> None:
         """Uploads data as file `index` (0 to 14, or BOOT_FILE for the boot
         image) and checks the board's checksum of it.
 
         The file keeps its sectors when the data fits them, else it goes after
         the other files (`start`/`end` choose the byte addresses); `type` is 0
-        to 3 or its name and defaults to the file's current type; `name`
-        defaults to the name it has. `progress` is called with each percentage
-        from 10 to 100 on this thread. An odd length is padded with a zero
-        byte, since the boot loader takes whole 16-bit words; the checksum does
-        not change. Raises ChecksumMismatch when the board's checksum differs,
-        FormatFailedError, FileTableLostError or another BoardError when the
-        upload stopped early."""
+        to 3 or its name and defaults to the file's current type; `name` None
+        or "" leaves it unnamed. An odd length is padded with a zero byte, since
+        the boot loader takes whole 16-bit words; the checksum does not change.
+
+        `progress(sent, total)` is called on this thread before the data goes
+        out and after every 256-byte packet. An exception it raises (Ctrl-C's
+        KeyboardInterrupt among them) cancels the upload and comes out once the
+        library has tidied up: a file cut short is erased. Raises
+        ChecksumMismatch when the board's checksum differs, FormatFailedError,
+        FileTableLostError or another BoardError when the upload stopped
+        early, CancelledError when the board was closed meanwhile."""
         boot_image = index == BOOT_FILE
         if not boot_image:
             checked_range(index, 0, MAX_FILES - 1, "the file index")
         payload = bytes(data)
         if len(payload) % 2:
+            # The boot loader takes whole 16-bit words and the library leaves an
+            # odd last byte behind unchecked; a zero keeps the byte sum.
             payload += b"\0"
-        info_size = self._memory_size()
-        if len(payload) > info_size:
-            raise ValueError(f"{len(payload)} bytes do not fit the board's {info_size}-byte flash")
+        self._ensure_identified()
         file_type = 0
         if not boot_image:
             file_type = self.file(index).type if type is None else _file_type(type)
             placed = self._place(index, len(payload))
             start = placed[0] if start is None else start
             end = placed[1] if end is None else end
-        wide_name = None if name is None else text_in(name)
         buffer = byte_buffer(payload)
-        raised: List[BaseException] = []
+        record = UploadRecord(index, file_type, start or 0, end or 0,
+                              None if name is None else name.encode("utf-8"),
+                              ctypes.cast(buffer, ctypes.POINTER(ctypes.c_uint8)),
+                              len(payload))
+        handle = self._handle
 
-        def report(percent: int, _context: int) -> int:
-            if progress is not None and not raised:
-                try:
-                    progress(percent)
-                except BaseException as error:  # noqa: B902 - re-raised after the upload
-                    raised.append(error)
-            return 0
+        def report(sent: int, total: int, _user: object) -> int:
+            # All inside the try: Ctrl-C's KeyboardInterrupt may come at any line.
+            try:
+                if progress is not None:
+                    progress(sent, total)
+                return int(handle.closing or handle.holding())
+            except BaseException as error:  # noqa: B902 - raised again by the call
+                handle.hold(error)
+                return 1
 
         # Referenced until the call returns: the library holds only its address.
         callback = ProgressCallback(report)
-        lib = library()
-        sent = self._link.call("upload", lambda: lib.BootLoader_Send(
-            index, file_type, start or 0, end or 0, wide_name, buffer, len(payload),
-            int(show_errors), callback, 0))
-        code = lib.last_error()
-        if raised:
-            raise raised[0]
-        target = "the boot image" if boot_image else f"file {index}"
-        if not sent:
-            raise self._link.failure(f"upload of {target} stopped", code,
-                                     fallback=errors.BootLoaderError)
-        if code == errors.ERROR_CHECKSUM_MISMATCH:
-            raise errors.error_for(code, f"upload of {target}", diagnostics.said())
-
-    def _memory_size(self) -> int:
-        self._ensure_identified()
-        return int(library().BootLoader_GetMemory())
+        self._handle.call("xdsp_board_upload", ctypes.byref(record), callback, None)
 
     def checksum(self, index: int) -> int:
         """The board's 16-bit checksum of file 0 to 14 or of the boot image
-        (BOOT_FILE); 0 when the boot loader does not answer."""
+        (BOOT_FILE); 0 also when the boot loader left the request unanswered,
+        so ask again on 0."""
         number = BOOT_FILE_NUMBER if index in (BOOT_FILE, BOOT_FILE_NUMBER) else \
             checked_range(index, 0, MAX_FILES - 1, "the file index")
-        return int(self._link.call("checksum",
-                                   lambda: library().BootLoader_GetFileChecksum(number)))
+        value = ctypes.c_uint16()
+        self._handle.call("xdsp_board_file_checksum", number, ctypes.byref(value))
+        return value.value
 
     def boot(self) -> None:
         """Starts the DSP program from flash."""
-        self._link.call("boot", lambda: library().BootLoader_Boot())
-
-
-def compute_checksum(data: bytes) -> int:
-    """The checksum the boot loader keeps of a file: the byte sum modulo 65536."""
-    return sum(data) & 0xFFFF
+        self._handle.call("xdsp_board_run")

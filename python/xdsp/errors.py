@@ -1,155 +1,135 @@
-"""Exceptions for the library's failures, one class per last-error code."""
+"""Exceptions for the board API's statuses, one class per status where a
+caller would tell them apart."""
 
 from __future__ import annotations
 
-from typing import Dict, Optional, Type
-
-# The public header's XDSP_ERROR_* values.
-#: No error.
-ERROR_SUCCESS = 0
-#: No device or virtual device at the path.
-ERROR_FILE_NOT_FOUND = 2
-#: The user may not open the device.
-ERROR_ACCESS_DENIED = 5
-#: No link running; a device that went away.
-ERROR_INVALID_HANDLE = 6
-#: An upload could not read the file table again.
-ERROR_FILE_TABLE_LOST = 7
-#: An upload's format step failed.
-ERROR_FORMAT_FAILED = 11
-#: The device is held by another handle.
-ERROR_SHARING_VIOLATION = 32
-#: A close found nothing open.
-ERROR_NOT_OPEN = 55
-#: An argument that would run past a buffer.
-ERROR_INVALID_PARAMETER = 87
-#: A virtual device's pipe is held by another handle (Windows).
-ERROR_PIPE_BUSY = 231
-#: No answer in time, or the board's error bit.
-ERROR_INTERNAL = 1359
-#: An upload's checksums differ.
-ERROR_CHECKSUM_MISMATCH = 0x8009700D
-
-_CODE_TEXTS: Dict[int, str] = {
-    ERROR_SUCCESS: "no error code",
-    ERROR_FILE_NOT_FOUND: "no device or virtual device at the path",
-    ERROR_ACCESS_DENIED: "access denied: this user may not open the device",
-    ERROR_INVALID_HANDLE: "no link to a board is running",
-    ERROR_FILE_TABLE_LOST: "the boot loader's file table could not be read again",
-    ERROR_FORMAT_FAILED: "the boot loader could not format the file",
-    ERROR_SHARING_VIOLATION: "the device is held by another handle",
-    ERROR_NOT_OPEN: "no board is open",
-    ERROR_INVALID_PARAMETER: "an argument does not fit",
-    ERROR_PIPE_BUSY: "the device is held by another handle",
-    ERROR_INTERNAL: "no answer in time, or the board reported an error",
-    ERROR_CHECKSUM_MISMATCH: "the board's checksum differs from the data's",
-}
+import builtins
+import enum
+from typing import Any, Dict, Optional, Tuple, Type
 
 
-def code_text(code: Optional[int]) -> str:
-    """A short description of a last-error code."""
-    if code is None:
-        return "no error code"
-    return _CODE_TEXTS.get(code, f"error {code}")
+class Status(enum.IntEnum):
+    """What a board API call returns (the C header's ``xdsp_status``)."""
+
+    OK = 0
+    NOT_FOUND = -1
+    BUSY = -2
+    NO_PERMISSION = -3
+    LINK_LOST = -4
+    NO_ANSWER = -5
+    BOARD_ERROR = -6
+    CHECKSUM_MISMATCH = -7
+    FORMAT_FAILED = -8
+    FILE_TABLE_LOST = -9
+    INVALID_ARGUMENT = -10
+    CLOSED = -11
+    CANCELLED = -12
+    NO_MEMORY = -13
+    SYSTEM = -14
 
 
-class BoardError(Exception):
-    """A library call failed. `code` is its last-error code (None when the
-    failure shows in the result alone), `text` what went wrong."""
+def as_status(value: int) -> int:
+    """value as a `Status`; unchanged when the package does not know it."""
+    try:
+        return Status(value)
+    except ValueError:
+        return value
 
-    def __init__(self, text: str, code: Optional[int] = None) -> None:
-        super().__init__(text)
-        self.code = code
+
+class BoardError(OSError):
+    """A board API call failed.
+
+    `status` is the call's `Status` (a plain int for one this package does not
+    know), `operation` the call, `text` the library's text for the status,
+    `path` the board's path (None for calls that concern no board) and
+    `detail` what the board's log or message said about the failure ("" when
+    nothing)."""
+
+    def __init__(self, operation: str, status: int, text: str = "") -> None:
+        super().__init__(operation)
+        self.status = as_status(status)
+        self.operation = operation
         self.text = text
+        self.path: Optional[str] = None
+        self.detail = ""
 
     def __str__(self) -> str:
-        if self.code is None:
-            return self.text
-        # HRESULT-style codes read best in hex, system codes in decimal.
-        shown = f"{self.code:#x}" if self.code > 0xFFFF else str(self.code)
-        return f"{self.text} (error {shown})"
+        parts = [self.path, self.operation, self.text, self.detail]
+        return ": ".join(part for part in parts if part)
+
+    def __reduce__(self) -> Tuple[Any, ...]:
+        return type(self), (self.operation, self.status, self.text), self.__dict__
 
 
-class NotFoundError(BoardError):
-    """Nothing answers at the device path (2)."""
-
-
-class PermissionDeniedError(BoardError):
-    """The user may not open the device (5)."""
-
-
-class NoLinkError(BoardError):
-    """No link to a board is running: it is closed or went away (6, 55)."""
-
-
-#: Another name of NoLinkError.
-NotOpenError = NoLinkError
+class NotFoundError(BoardError, FileNotFoundError):
+    """Nothing at the path."""
 
 
 class BusyError(BoardError):
-    """The device is held by another handle or process (32)."""
+    """The board is open elsewhere, in this process or another."""
 
 
-class InvalidArgumentError(BoardError):
-    """The library refused an argument that would run past a buffer (87)."""
+class PermissionDeniedError(BoardError, PermissionError):
+    """This user may not open the board."""
 
 
-#: Another name of InvalidArgumentError.
-InvalidArgument = InvalidArgumentError
+class LinkLostError(BoardError):
+    """The board went away; its link reopens it when it comes back."""
 
 
-class TimeoutError(BoardError):  # noqa: A001 - xdsp.TimeoutError, as callers expect
-    """An awaited answer did not come, or the board reported an error (1359)."""
+class TimeoutError(BoardError, builtins.TimeoutError):  # noqa: A001 - xdsp.TimeoutError
+    """The board, its boot loader or its audio firmware did not answer as asked
+    in time; ``except TimeoutError`` catches it too."""
+
+
+class BoardReportedError(BoardError):
+    """The board set its error bit after the command."""
 
 
 class BootLoaderError(BoardError):
-    """The DSP's boot loader did not answer as expected."""
-
-
-class FileTableLostError(BootLoaderError):
-    """An upload changed the file table and could not read it again (7)."""
-
-
-class FormatFailedError(BootLoaderError):
-    """An upload stopped because the file's area could not be formatted (11)."""
+    """An upload through the boot loader failed on the board's side."""
 
 
 class ChecksumMismatch(BootLoaderError):
-    """The board's checksum of an uploaded file differs from the data's (0x8009700D)."""
+    """The board's checksum of an uploaded file differs from the data's."""
 
 
-class AudioError(BoardError):
-    """The audio firmware did not answer."""
+class FormatFailedError(BootLoaderError):
+    """An upload could not format its file's area."""
 
 
-class BoardInUseError(BoardError):
-    """A board is already open in this process; the library holds one at a time."""
+class FileTableLostError(BootLoaderError):
+    """The boot loader's file table could not be read."""
+
+
+class InvalidArgumentError(BoardError):
+    """The library refused an argument: out of range, or too long for a report."""
+
+
+class ClosedError(BoardError):
+    """The board was closed before the call."""
+
+
+class CancelledError(BoardError):
+    """An upload was cancelled by its progress callback."""
 
 
 _CLASSES: Dict[int, Type[BoardError]] = {
-    ERROR_FILE_NOT_FOUND: NotFoundError,
-    ERROR_ACCESS_DENIED: PermissionDeniedError,
-    ERROR_INVALID_HANDLE: NoLinkError,
-    ERROR_NOT_OPEN: NoLinkError,
-    ERROR_SHARING_VIOLATION: BusyError,
-    ERROR_PIPE_BUSY: BusyError,
-    ERROR_INVALID_PARAMETER: InvalidArgumentError,
-    ERROR_INTERNAL: TimeoutError,
-    ERROR_FILE_TABLE_LOST: FileTableLostError,
-    ERROR_FORMAT_FAILED: FormatFailedError,
-    ERROR_CHECKSUM_MISMATCH: ChecksumMismatch,
+    Status.NOT_FOUND: NotFoundError,
+    Status.BUSY: BusyError,
+    Status.NO_PERMISSION: PermissionDeniedError,
+    Status.LINK_LOST: LinkLostError,
+    Status.NO_ANSWER: TimeoutError,
+    Status.BOARD_ERROR: BoardReportedError,
+    Status.CHECKSUM_MISMATCH: ChecksumMismatch,
+    Status.FORMAT_FAILED: FormatFailedError,
+    Status.FILE_TABLE_LOST: FileTableLostError,
+    Status.INVALID_ARGUMENT: InvalidArgumentError,
+    Status.CLOSED: ClosedError,
+    Status.CANCELLED: CancelledError,
 }
 
 
-def error_for(code: int, what: str, detail: str = "",
-              fallback: Type[BoardError] = BoardError) -> BoardError:
-    """The exception for a failed call: the class its code names (else
-    `fallback`), with what was being done, the code's text and any message the
-    library showed during the call."""
-    if code == ERROR_SUCCESS:
-        # The failure shows in the result alone.
-        return fallback(f"{what}: {detail}" if detail else what)
-    text = f"{what}: {code_text(code)}"
-    if detail:
-        text += f": {detail}"
-    return _CLASSES.get(code, fallback)(text, code)
+def error_for(status: int, operation: str, text: str = "") -> BoardError:
+    """The exception for a failed status: the class it names, else BoardError."""
+    return _CLASSES.get(status, BoardError)(operation, status, text)

@@ -1,17 +1,21 @@
-"""pytest fixtures that serve an emulated board (xdsp-emu) for a test.
+"""pytest fixtures that give each test its own emulated boards (xdsp-emu),
+open or to open.
 
 Loaded by the `pytest11` entry point when the package is installed, or with
 `pytest_plugins = ["xdsp.pytest_plugin"]` in a conftest.py::
 
-    def test_identifies(xdsp_emulator):          # a path to open with xdsp.open()
-        ...
+    def test_identifies(xdsp_board):             # an open board on its own emulator
+        assert board.bootloader.identify().version == "2.61"
 
     @pytest.mark.xdsp_emulator("--wrong-checksums", "1")
-    def test_mismatch(xdsp_emulator):            # the same, with emulator options
+    def test_mismatch(xdsp_board):               # the same, with emulator options
         ...
 
-    def test_two(xdsp_emulator_factory):         # as many emulators as needed
-        path = xdsp_emulator_factory("--silent")
+    def test_path(xdsp_emulator):                # only the path, for xdsp.open()
+        ...
+
+    def test_four(xdsp_board_factory):           # as many boards as needed
+        boards = [xdsp_board_factory("--product", str(n)) for n in range(4)]
 
 The emulator is XDSP_EMU when set, else xdsp-emu next to the library (or in the
 build tree's emulator/ beside it), else xdsp-emu on PATH. Each is served on a
@@ -34,6 +38,8 @@ from typing import Callable, Iterator, List, Optional
 import pytest
 
 from ._native import WINDOWS, candidate_paths
+from .board import Board
+from .board import open as open_board
 
 #: The emulator's file name on this system.
 EMULATOR_NAME = "xdsp-emu.exe" if WINDOWS else "xdsp-emu"
@@ -68,12 +74,14 @@ def _served(path: str) -> bool:
 
 
 class Emulator:
-    """One running xdsp-emu serving a board at `path`."""
+    """One running xdsp-emu serving a board at `path` (by default a socket in a
+    fresh temporary directory, or a named pipe on Windows)."""
 
-    def __init__(self, executable: str, options: List[str]) -> None:
+    def __init__(self, executable: str, options: List[str], path: Optional[str] = None) -> None:
         self._folder = tempfile.mkdtemp(prefix="xdsp-")  # short: socket paths are limited
-        self.path = rf"\\.\pipe\{os.path.basename(self._folder)}" if WINDOWS else \
+        default = rf"\\.\pipe\{os.path.basename(self._folder)}" if WINDOWS else \
             os.path.join(self._folder, "board.sock")
+        self.path = path or default
         self.options = options
         self.process = subprocess.Popen([executable, self.path, *options],
                                         stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
@@ -117,15 +125,16 @@ def pytest_configure(config: pytest.Config) -> None:
 
 @pytest.fixture
 def xdsp_emulator_factory() -> Iterator[Callable[..., str]]:
-    """Starts an emulator with the given xdsp-emu options and returns its device
-    path; every emulator started is stopped after the test."""
+    """Starts an emulator with the given xdsp-emu options (and at `path=` when
+    given) and returns its device path; every emulator started is stopped
+    after the test."""
     started: List[Emulator] = []
     executable: Optional[str] = None
 
-    def start(*options: str) -> str:
+    def start(*options: str, path: Optional[str] = None) -> str:
         nonlocal executable
         executable = executable or find_emulator()
-        emulator = Emulator(executable, list(options))
+        emulator = Emulator(executable, list(options), path)
         started.append(emulator)
         return emulator.path
 
@@ -142,3 +151,28 @@ def xdsp_emulator(request: pytest.FixtureRequest,
     mark = request.node.get_closest_marker("xdsp_emulator")
     options = [str(option) for option in mark.args] if mark else []
     return xdsp_emulator_factory(*options)
+
+
+@pytest.fixture
+def xdsp_board_factory(xdsp_emulator_factory: Callable[..., str]
+                       ) -> Iterator[Callable[..., Board]]:
+    """Starts an emulator with the given xdsp-emu options and returns the board
+    opened on it; every board is closed, and its emulator stopped, after the
+    test."""
+    opened: List[Board] = []
+
+    def start(*options: str) -> Board:
+        board = open_board(xdsp_emulator_factory(*options))
+        opened.append(board)
+        return board
+
+    yield start
+    for board in opened:
+        board.close()
+
+
+@pytest.fixture
+def xdsp_board(xdsp_emulator: str) -> Iterator[Board]:
+    """The board opened on the test's own `xdsp_emulator`, closed after the test."""
+    with open_board(xdsp_emulator) as board:
+        yield board

@@ -26,9 +26,9 @@ nitpick_ignore_regex = [
     ("py:class", r"(int|str|bytes|bool|float|object|Exception|BaseException|"
                  r"Optional|Union|List|Tuple|Callable|Iterator|Any|None|"
                  r"datetime\.datetime|pytest\.\w+|_pytest\.\w+(\.\w+)*|"
-                 r"ctypes\.\w+|typing\.\w+)"),
-    # What the parts of an open board share; made by Board, never by callers.
-    ("py:class", r"xdsp\._link\.Link"),
+                 r"ctypes\.\w+|typing\.\w+|enum\.\w+)"),
+    # The handle the parts of an open board share; made by Board, never by callers.
+    ("py:class", r"xdsp\._link\.Handle"),
 ]
 
 _DOCUMENTED_KINDS = (type, property, staticmethod, classmethod)
