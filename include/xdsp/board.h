@@ -30,8 +30,9 @@
  * xdsp_board_close() has returned.
  *
  * @par Texts
- * Paths, names and log lines are UTF-8. The board keeps 8-bit names: a
- * character above U+00FF is stored as '?'.
+ * Paths, names and log lines are UTF-8. The board keeps 8-bit names: each
+ * UTF-16 unit of a character above U+00FF is stored as '?' (two for one
+ * beyond U+FFFF).
  *
  * On Windows the board API is its own DLL, @c xdsp_board.dll (calling
  * convention @c __cdecl); on Linux it is part of @c libxdsp.so.
@@ -699,7 +700,7 @@ typedef struct xdsp_upload {
     int16_t type;           /**< The file type to record. */
     uint32_t start_address; /**< Start of the allocation in bytes, a multiple of 4096. */
     uint32_t end_address;   /**< End of the allocation in bytes. */
-    const char *name;       /**< UTF-8; NULL or "" keeps no name. */
+    const char *name;       /**< UTF-8; NULL or "": the file is left unnamed. */
     const uint8_t *data;    /**< The file's bytes. */
     size_t length;          /**< Bytes of @c data, at most 2147483647. */
 } xdsp_upload;
@@ -719,7 +720,9 @@ typedef int(XDSP_BOARD_CALL *xdsp_upload_progress)(size_t sent, size_t total, vo
  *
  * Allocates and types the file where the table differs, formats its area,
  * sends the data, closes, names and dates it, commits, and compares the
- * board's checksum with the data's.
+ * board's checksum with the data's. The boot loader takes whole 16-bit words:
+ * an odd length travels with a zero byte after it, which leaves the checksum
+ * as it is.
  *
  * A cancel leaves the file table consistent: cancelled before the format, the
  * file is as it was; cancelled later, the half-written file is erased, the

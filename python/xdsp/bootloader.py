@@ -175,8 +175,8 @@ class BootLoader:
         The file keeps its sectors when the data fits them, else it goes after
         the other files (`start`/`end` choose the byte addresses); `type` is 0
         to 3 or its name and defaults to the file's current type; `name` None
-        or "" leaves it unnamed. An odd length is padded with a zero byte, since
-        the boot loader takes whole 16-bit words; the checksum does not change.
+        or "" leaves it unnamed. An odd length travels with a zero byte after
+        it (the boot loader takes whole 16-bit words); the checksum is the same.
 
         `progress(sent, total)` is called on this thread before the data goes
         out and after every 256-byte packet. An exception it raises (Ctrl-C's
@@ -189,10 +189,6 @@ class BootLoader:
         if not boot_image:
             checked_range(index, 0, MAX_FILES - 1, "the file index")
         payload = bytes(data)
-        if len(payload) % 2:
-            # The boot loader takes whole 16-bit words and the library leaves an
-            # odd last byte behind unchecked; a zero keeps the byte sum.
-            payload += b"\0"
         self._ensure_identified()
         file_type = 0
         if not boot_image:

@@ -8,6 +8,9 @@
 #include "frame/utf8.h"
 
 #include <cstdint>
+#include <cstring>
+#include <memory>
+#include <new>
 
 using namespace xdsp;
 using board::Call;
@@ -16,24 +19,30 @@ using board::runCall;
 namespace {
 class UploadFollower final : public bootloader::UploadWatch {
   public:
-    UploadFollower(const xdsp_board &board, xdsp_upload_progress progress, void *user)
-        : board_(board), progress_(progress), user_(user) {}
+    UploadFollower(const xdsp_board &board, size_t length, xdsp_upload_progress progress,
+                   void *user)
+        : board_(board), length_(length), progress_(progress), user_(user) {}
 
     bool carryOn(uint64_t sent, uint64_t total) override {
         // The first call comes before the format: later ones mean the file's
         // old contents are gone.
         pastFormat_ = calls_++ > 0;
-        bool stop = board_.closing.load() ||
-                    (progress_ != nullptr &&
-                     progress_(static_cast<size_t>(sent), static_cast<size_t>(total), user_) != 0);
+        bool stop =
+            board_.closing.load() ||
+            (progress_ != nullptr && progress_(reported(sent), reported(total), user_) != 0);
         cancelled_ = cancelled_ || stop;
         return !stop;
     }
     bool cancelled() const override { return cancelled_; }
+    // In the caller's bytes: a zero that pads an odd length is not theirs.
+    size_t reported(uint64_t bytes) const {
+        return bytes < length_ ? static_cast<size_t>(bytes) : length_;
+    }
     bool pastFormat() const { return pastFormat_; }
 
   private:
     const xdsp_board &board_;
+    size_t length_;
     xdsp_upload_progress progress_;
     void *user_;
     uint32_t calls_ = 0;
@@ -79,16 +88,29 @@ XDSP_EXPORT int xdsp_board_upload(xdsp_board *board, const xdsp_upload *upload,
     Char16 name[bootloader::nameChars * 4] = {};
     if (upload->name != nullptr && !utf8ToText(upload->name, name, sizeof name / sizeof name[0]))
         return XDSP_STATUS_INVALID_ARGUMENT;
+    // The boot loader takes whole 16-bit words: an odd last byte would stay
+    // behind, so it travels with a zero, which leaves the byte sum as it is.
+    const uint8_t *data = upload->data;
+    size_t length = upload->length;
+    std::unique_ptr<uint8_t[]> padded;
+    if (length % 2 != 0) {
+        padded.reset(new (std::nothrow) uint8_t[length + 1]);
+        if (padded == nullptr)
+            return XDSP_STATUS_NO_MEMORY;
+        std::memcpy(padded.get(), data, length);
+        padded[length++] = 0;
+        data = padded.get();
+    }
     return runCall(board, [&](Call &call) -> int {
         bootloader::BootLoaderState &state = call.board().bootLoader;
-        UploadFollower follower(call.board(), progress, user);
+        UploadFollower follower(call.board(), upload->length, progress, user);
         bool ok;
         {
             Following following(state, follower);
             // Errors are "shown": the reporter keeps their texts for the caller.
-            ok = bootloader::uploadFile(
-                state, upload->file_index, upload->type, upload->start_address, upload->end_address,
-                name, upload->data, static_cast<uint32_t>(upload->length), true, nullptr, 0);
+            ok = bootloader::uploadFile(state, upload->file_index, upload->type,
+                                        upload->start_address, upload->end_address, name, data,
+                                        static_cast<uint32_t>(length), true, nullptr, 0);
         }
         if (!follower.cancelled())
             return call.status(ok);

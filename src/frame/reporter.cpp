@@ -29,9 +29,11 @@ ReportingScope *ReportingScope::current() {
 void ReportingScope::addPiece(const Char16 *text) {
     for (; *text != 0; ++text) {
         if (*text == WIDE('\n')) {
-            line_[length_] = 0;
-            reporter_->line(line_, length_);
-            length_ = 0;
+            // System error texts end in "\r\n" before the line's own "\n": a log
+            // gets the line without either, and no empty line after it.
+            if (length_ > 0 && line_[length_ - 1] == WIDE('\r'))
+                --length_;
+            flush();
             continue;
         }
         // A line longer than the buffer goes out in parts rather than cut.
