@@ -2,6 +2,7 @@
 // endpoints of running emulators, and its own executable.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -23,3 +24,16 @@ std::string builtInEndpoint();
 std::vector<std::string> utf8Arguments(int argc, char **argv);
 // This program's path, for starting copies of itself.
 std::string selfExecutable();
+// Runs every job on a thread of its own and returns once all have ended; a
+// job whose thread cannot be started runs on the caller's.
+void runSideBySide(const std::vector<std::function<void()>> &jobs);
+
+// Holds the process's output lock while it lives, so that lines written by
+// boards run side by side never mix.
+class OutputLock {
+  public:
+    OutputLock();
+    ~OutputLock();
+    OutputLock(const OutputLock &) = delete;
+    OutputLock &operator=(const OutputLock &) = delete;
+};

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <dirent.h>
+#include <pthread.h>
 #include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -40,6 +41,13 @@ const char *environment(const char *name) {
 bool endsWith(const std::string &text, const std::string &end) {
     return text.size() >= end.size() &&
            text.compare(text.size() - end.size(), end.size(), end) == 0;
+}
+
+pthread_mutex_t outputMutex = PTHREAD_MUTEX_INITIALIZER;
+
+void *runJob(void *job) {
+    (*static_cast<const std::function<void()> *>(job))();
+    return nullptr;
 }
 } // namespace
 
@@ -106,4 +114,26 @@ std::string selfExecutable() {
     if (length <= 0)
         return "xdsp";
     return std::string(path, static_cast<size_t>(length));
+}
+
+void runSideBySide(const std::vector<std::function<void()>> &jobs) {
+    std::vector<pthread_t> threads;
+    for (const std::function<void()> &job : jobs) {
+        pthread_t thread;
+        if (pthread_create(&thread, nullptr, runJob, const_cast<std::function<void()> *>(&job)) ==
+            0)
+            threads.push_back(thread);
+        else
+            job();
+    }
+    for (pthread_t thread : threads)
+        pthread_join(thread, nullptr);
+}
+
+OutputLock::OutputLock() {
+    pthread_mutex_lock(&outputMutex);
+}
+
+OutputLock::~OutputLock() {
+    pthread_mutex_unlock(&outputMutex);
 }

@@ -2,6 +2,7 @@
 
 #include "text.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <direct.h>
@@ -13,6 +14,12 @@
 
 namespace {
 constexpr unsigned endpointLimit = 16; // pipes cannot be listed, only tried
+SRWLOCK outputLock = SRWLOCK_INIT;
+
+DWORD WINAPI runJob(void *job) {
+    (*static_cast<const std::function<void()> *>(job))();
+    return 0;
+}
 
 // The user's name as a pipe name may carry it.
 std::string userName() {
@@ -80,4 +87,32 @@ std::string selfExecutable() {
     wchar_t path[MAX_PATH] = {};
     DWORD length = GetModuleFileNameW(nullptr, path, MAX_PATH);
     return length > 0 && length < MAX_PATH ? toUtf8(path) : "xdsp.exe";
+}
+
+void runSideBySide(const std::vector<std::function<void()>> &jobs) {
+    std::vector<HANDLE> threads;
+    for (const std::function<void()> &job : jobs) {
+        HANDLE thread =
+            CreateThread(nullptr, 0, runJob, const_cast<std::function<void()> *>(&job), 0, nullptr);
+        if (thread != nullptr)
+            threads.push_back(thread);
+        else
+            job();
+    }
+    // One wait takes at most MAXIMUM_WAIT_OBJECTS handles.
+    for (size_t first = 0; first < threads.size(); first += MAXIMUM_WAIT_OBJECTS) {
+        auto count =
+            static_cast<DWORD>(std::min<size_t>(threads.size() - first, MAXIMUM_WAIT_OBJECTS));
+        WaitForMultipleObjects(count, threads.data() + first, TRUE, INFINITE);
+    }
+    for (HANDLE thread : threads)
+        CloseHandle(thread);
+}
+
+OutputLock::OutputLock() {
+    AcquireSRWLockExclusive(&outputLock);
+}
+
+OutputLock::~OutputLock() {
+    ReleaseSRWLockExclusive(&outputLock);
 }
