@@ -1,9 +1,7 @@
 #include "platform.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <dirent.h>
 #include <pthread.h>
 #include <pwd.h>
 #include <sys/stat.h>
@@ -36,11 +34,6 @@ std::string homeFolder() {
 const char *environment(const char *name) {
     const char *value = std::getenv(name);
     return value != nullptr && *value != 0 ? value : nullptr;
-}
-
-bool endsWith(const std::string &text, const std::string &end) {
-    return text.size() >= end.size() &&
-           text.compare(text.size() - end.size(), end.size(), end) == 0;
 }
 
 pthread_mutex_t outputMutex = PTHREAD_MUTEX_INITIALIZER;
@@ -80,25 +73,6 @@ std::string emulatorEndpoint(unsigned number) {
     return runtimeFolder() + "/emu-" + std::to_string(number) + ".sock";
 }
 
-std::vector<std::string> emulatorEndpoints() {
-    std::vector<std::string> endpoints;
-    std::string folder = runtimeFolder();
-    DIR *directory = folder.empty() ? nullptr : opendir(folder.c_str());
-    if (directory == nullptr)
-        return endpoints;
-    while (const dirent *entry = readdir(directory)) {
-        std::string name = entry->d_name;
-        if (name.rfind("emu-", 0) == 0 && endsWith(name, ".sock"))
-            endpoints.push_back(folder + "/" + name);
-    }
-    closedir(directory);
-    // emu-2 before emu-10.
-    std::sort(endpoints.begin(), endpoints.end(), [](const std::string &a, const std::string &b) {
-        return a.size() != b.size() ? a.size() < b.size() : a < b;
-    });
-    return endpoints;
-}
-
 std::string builtInEndpoint() {
     std::string folder = runtimeFolder();
     return (folder.empty() ? "/tmp" : folder) + "/builtin-" + std::to_string(getpid()) + ".sock";
@@ -106,14 +80,6 @@ std::string builtInEndpoint() {
 
 std::vector<std::string> utf8Arguments(int argc, char **argv) {
     return {argv + 1, argv + argc};
-}
-
-std::string selfExecutable() {
-    char path[4096];
-    ssize_t length = readlink("/proc/self/exe", path, sizeof path - 1);
-    if (length <= 0)
-        return "xdsp";
-    return std::string(path, static_cast<size_t>(length));
 }
 
 void runSideBySide(const std::vector<std::function<void()>> &jobs) {

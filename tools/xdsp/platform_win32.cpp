@@ -13,7 +13,6 @@
 #include <shellapi.h>
 
 namespace {
-constexpr unsigned endpointLimit = 16; // pipes cannot be listed, only tried
 SRWLOCK outputLock = SRWLOCK_INIT;
 
 DWORD WINAPI runJob(void *job) {
@@ -59,13 +58,6 @@ std::string emulatorEndpoint(unsigned number) {
     return "\\\\.\\pipe\\xdsp-" + userName() + "-emu-" + std::to_string(number);
 }
 
-std::vector<std::string> emulatorEndpoints() {
-    std::vector<std::string> endpoints;
-    for (unsigned number = 1; number <= endpointLimit; ++number)
-        endpoints.push_back(emulatorEndpoint(number));
-    return endpoints;
-}
-
 std::string builtInEndpoint() {
     return "\\\\.\\pipe\\xdsp-" + userName() + "-builtin-" + std::to_string(GetCurrentProcessId());
 }
@@ -81,12 +73,6 @@ std::vector<std::string> utf8Arguments(int argc, char **argv) {
         arguments.push_back(toUtf8(wide[i]));
     LocalFree(wide);
     return arguments;
-}
-
-std::string selfExecutable() {
-    wchar_t path[MAX_PATH] = {};
-    DWORD length = GetModuleFileNameW(nullptr, path, MAX_PATH);
-    return length > 0 && length < MAX_PATH ? toUtf8(path) : "xdsp.exe";
 }
 
 void runSideBySide(const std::vector<std::function<void()>> &jobs) {
