@@ -226,8 +226,7 @@ TEST(ToolExitCodes, ChecksumMismatchNamesBothSums) {
     EXPECT_TRUE(contains(upload, expected)) << upload.text;
 }
 
-// A format the boot loader never confirms: the board's status and the text
-// it kept in place of a message box, both said once.
+// A format never confirmed: the status, and the text kept in place of a box.
 TEST(ToolExitCodes, FailedFormatSaysWhatTheBoardKept) {
     emu::BoardOptions options = withBootLoader();
     options.bootLoader->faults.unacknowledgedCode = 0x30; // format
