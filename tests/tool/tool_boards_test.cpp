@@ -1,10 +1,13 @@
-// Many boards: the list, choosing one by --index, --all with one faulty board,
-// emulators in the runtime folder, the built-in emulator's kept flash, and
-// uploads skipped when nothing changed.
+// Many boards: list, --index, --all side by side with one faulty board, the
+// built-in emulator's kept flash, and uploads skipped when nothing changed.
 #include "tool_runner.h"
 #include "xdsp/xdsp.h"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <chrono>
 
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -60,32 +63,70 @@ TEST(ToolBoards, ListShowsRunningEmulatorsAndIndexChoosesOne) {
     EXPECT_EQ(runTool("info --index 7").exitCode, 69);
 }
 
-TEST(ToolBoards, AllRunsEveryBoardAndReportsTheFaultyOne) {
+// Three boards side by side in one process: the faulty one fails alone, each
+// board's lines (its debug lines too) carry its own name, and the summary has
+// a row for each.
+TEST(ToolBoards, AllRunsEveryBoardSideBySideAndReportsTheFaultyOne) {
     if (!contains(runTool("list"), "No board attached"))
         GTEST_SKIP() << "boards are attached";
-    emu::BoardOptions faulty = withBootLoader();
-    faulty.bootLoader->faults.wrongChecksumReplies = emu::always;
-    ServedBoard one(withBootLoader(), emulatorPath(1));
-    ServedBoard two(faulty, emulatorPath(2));
-    ServedBoard three(withBootLoader(), emulatorPath(3));
+    std::vector<emu::BoardOptions> options(3, withBootLoader());
+    for (size_t board = 0; board < options.size(); ++board)
+        options[board].productName = "Bench " + std::to_string(board + 1);
+    options[1].bootLoader->faults.wrongChecksumReplies = emu::always;
+    ServedBoard one(options[0], emulatorPath(1));
+    ServedBoard two(options[1], emulatorPath(2));
+    ServedBoard three(options[2], emulatorPath(3));
     ASSERT_TRUE(one.started() && two.started() && three.started());
     TestFile file(4000, 9);
 
-    Outcome upload = runTool("upload " + file.path() + " -f 0 --all");
+    Outcome upload = runTool("-v upload " + file.path() + " -f 0 --all");
     EXPECT_EQ(upload.exitCode, 65) << upload.text;
-    // Each board's lines carry its name.
     EXPECT_TRUE(contains(upload, "[" + emulatorPath(1) + "] Uploaded 4000 bytes")) << upload.text;
     EXPECT_TRUE(contains(upload, "[" + emulatorPath(2) + "] xdsp: checksum differs"))
         << upload.text;
+    for (unsigned board = 1; board <= 3; ++board)
+        EXPECT_TRUE(contains(upload, "[" + emulatorPath(board) + "] HID: ProductName: Bench " +
+                                         std::to_string(board)))
+            << upload.text;
+    EXPECT_FALSE(contains(upload, "[" + emulatorPath(1) + "] HID: ProductName: Bench 2"));
     std::vector<std::string> rows;
     for (const std::string &line : lines(upload.text))
         if (line.rfind(runtimeFolder(), 0) == 0)
             rows.push_back(line);
     ASSERT_EQ(rows.size(), 3u) << upload.text;
+    EXPECT_NE(rows[0].find("Bench 1    "), std::string::npos) << rows[0];
     EXPECT_NE(rows[0].find("  ok"), std::string::npos) << rows[0];
     EXPECT_NE(rows[1].find("exit 65: checksum differs"), std::string::npos) << rows[1];
     EXPECT_NE(rows[2].find("  ok"), std::string::npos) << rows[2];
     EXPECT_GT(three.dataPackets(), 0u);
+
+    // Long enough that boards run one after another would take their sum.
+    TestFile longer(24000, 5);
+    auto started = std::chrono::steady_clock::now();
+    Outcome json = runTool("--json upload " + longer.path() + " -f 1 --all", Capture::outputOnly);
+    double elapsed =
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
+    EXPECT_EQ(json.exitCode, 65) << json.text;
+    std::vector<nlohmann::json> events;
+    for (const std::string &line : lines(json.text))
+        events.push_back(nlohmann::json::parse(line)); // throws on a line that is not JSON
+    ASSERT_GE(events.size(), 2u);
+    // One result event per board, then the summary and the process's own.
+    EXPECT_EQ(std::count_if(events.begin(), events.end(),
+                            [](const nlohmann::json &event) { return event["event"] == "result"; }),
+              4);
+    const nlohmann::json &summary = events[events.size() - 2];
+    ASSERT_EQ(summary["event"], "summary") << json.text;
+    ASSERT_EQ(summary["boards"].size(), 3u);
+    double seconds = 0;
+    for (unsigned board = 0; board < 3; ++board) {
+        EXPECT_EQ(summary["boards"][board]["board"], emulatorPath(board + 1));
+        EXPECT_EQ(summary["boards"][board]["exit_code"], board == 1 ? 65 : 0);
+        seconds += summary["boards"][board]["seconds"].get<double>();
+    }
+    EXPECT_NE(summary["boards"][1]["error"].get<std::string>().find("checksum differs"),
+              std::string::npos);
+    EXPECT_GT(seconds, 1.5 * elapsed) << "the boards did not run side by side";
 }
 
 TEST(ToolBoards, IfChangedSendsNothingForTheSameFile) {

@@ -226,6 +226,21 @@ TEST(ToolExitCodes, ChecksumMismatchNamesBothSums) {
     EXPECT_TRUE(contains(upload, expected)) << upload.text;
 }
 
+// A format never confirmed: the status, and the text kept in place of a box.
+TEST(ToolExitCodes, FailedFormatSaysWhatTheBoardKept) {
+    emu::BoardOptions options = withBootLoader();
+    options.bootLoader->faults.unacknowledgedCode = 0x30; // format
+    options.bootLoader->faults.unacknowledgedReplies = emu::always;
+    ServedBoard served(options);
+    ASSERT_TRUE(served.started());
+    TestFile file(3000, 3);
+    Outcome upload = served.run("upload " + file.path() + " -f 2", Capture::errorsOnly);
+    EXPECT_EQ(upload.exitCode, 76) << upload.text;
+    EXPECT_EQ(upload.text, "xdsp: the library reports: Error in Format.\nCancelling Upload.\n"
+                           "xdsp: the upload stopped: the boot loader did not prepare the file's "
+                           "area (error 11)\n");
+}
+
 TEST(ToolExitCodes, BusyAndForbiddenBoardsSaySo) {
     ServedBoard served(withBootLoader());
     ASSERT_TRUE(served.started());

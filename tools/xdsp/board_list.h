@@ -2,7 +2,6 @@
 // running in the per-user runtime folder.
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -11,11 +10,10 @@ struct ListedBoard {
     bool emulator = false;
     std::string serialPort; // empty: none
     std::string product;    // empty when it could not be opened
-    uint32_t openError = 0; // 0: opened and named itself
+    int openStatus = 0;     // 0: opened and named itself; else a board status
 };
 
-// Opens each board in turn for its name; emulators whose endpoint no longer
-// answers are left out.
+// Opens each board once for its name, in this process.
 std::vector<ListedBoard> discoverBoards();
 // The `list` command.
 int listBoards();

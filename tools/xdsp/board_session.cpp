@@ -1,18 +1,29 @@
 #include "board_session.h"
 
 #include "board_list.h"
-#include "output.h"
 #include "platform.h"
-#include "text.h"
 
 #include <stdexcept>
 
-BoardSession::BoardSession(BoardChoice choice) : choice_(std::move(choice)) {}
+namespace {
+// Room for the longest text a board keeps for a message box.
+constexpr size_t messageCapacity = 512;
+} // namespace
+
+BoardSession::BoardSession(BoardChoice choice, Output &output, bool verbose)
+    : choice_(std::move(choice)), output_(output), verbose_(verbose) {}
 
 BoardSession::~BoardSession() {
-    DestroyHIDUSBPacket();
+    if (board_ != nullptr) {
+        reportKeptMessage();
+        xdsp_board_close(board_);
+    }
     if (emulator_ != nullptr)
         emulator_->stop();
+}
+
+void BoardSession::log(xdsp_board *, const char *line, void *user) {
+    static_cast<BoardSession *>(user)->output_.debug(line);
 }
 
 int BoardSession::startBuiltInEmulator(EmulatedDsp dsp) {
@@ -27,75 +38,80 @@ int BoardSession::startBuiltInEmulator(EmulatedDsp dsp) {
         options.bootLoader->flashImagePath = builtInFlashImage();
     }
     try {
-        board_ = std::make_unique<xdsp::emu::Board>(options);
+        emulated_ = std::make_unique<xdsp::emu::Board>(options);
     } catch (const std::runtime_error &error) {
-        return Output::get().fail(
-            {exitSoftware,
-             std::string("cannot start the built-in emulator: ") + error.what(),
-             {},
-             "`xdsp emu --reset-flash` starts its flash afresh"});
+        return fail({exitSoftware,
+                     std::string("cannot start the built-in emulator: ") + error.what(),
+                     {},
+                     "`xdsp emu --reset-flash` starts its flash afresh"});
     }
-    emulator_ = std::make_unique<xdsp::emu::VirtualDeviceServer>(*board_);
+    emulator_ = std::make_unique<xdsp::emu::VirtualDeviceServer>(*emulated_);
     if (!emulator_->start(path_))
-        return Output::get().fail(
-            {exitSoftware,
-             "cannot start the built-in emulator at " + path_ + ": " + emulator_->error(),
-             {},
-             {}});
-    Output::get().note("Using the built-in emulator");
+        return fail({exitSoftware,
+                     "cannot start the built-in emulator at " + path_ + ": " + emulator_->error(),
+                     {},
+                     {}});
+    output_.note("Using the built-in emulator");
     return exitSuccess;
 }
 
 int BoardSession::choosePath(EmulatedDsp dsp) {
-    Output &output = Output::get();
     if (choice_.builtInEmulator)
         return startBuiltInEmulator(dsp);
-    if (choice_.index) {
-        std::vector<ListedBoard> boards = discoverBoards();
-        if (*choice_.index >= boards.size())
-            return output.fail({exitNoBoard,
-                                "no board at index " + std::to_string(*choice_.index) +
-                                    ": `xdsp list` shows " + std::to_string(boards.size()),
-                                {},
-                                {}});
-        path_ = boards[*choice_.index].path;
-        return exitSuccess;
-    }
     if (!choice_.device.empty()) {
         path_ = choice_.device;
         return exitSuccess;
     }
-    xdsp_device_record record{};
-    if (EnumUSBHIDDevices(boardVendorId, 0xFFFF, &record, 1) == 0)
-        return output.fail(noBoardFailure());
-    path_ = toUtf8(record.devicePath);
+    std::vector<ListedBoard> boards = discoverBoards();
+    if (choice_.index) {
+        if (*choice_.index >= boards.size())
+            return fail({exitNoBoard,
+                         "no board at index " + std::to_string(*choice_.index) +
+                             ": `xdsp list` shows " + std::to_string(boards.size()),
+                         {},
+                         {}});
+        path_ = boards[*choice_.index].path;
+        return exitSuccess;
+    }
+    // Attached boards come first.
+    if (boards.empty() || boards.front().emulator)
+        return fail(noBoardFailure());
+    path_ = boards.front().path;
     return exitSuccess;
 }
 
 int BoardSession::open(EmulatedDsp dsp) {
     if (int failed = choosePath(dsp); failed != exitSuccess)
         return failed;
-    Output &output = Output::get();
-    if (output.board().empty())
-        output.setBoard(emulator_ != nullptr ? "built-in emulator" : path_);
-    auto wide = fromUtf8(path_);
-    if (!InitializeHIDUSBPacketPath(wide.c_str()))
-        return output.fail(openFailure(path_, lastError()));
-    // Commands need the link to run; the board's first answer shows that it does.
-    std::optional<std::string> product = openBoardProduct();
-    if (!product)
-        return output.fail(
-            commandFailure("the board at " + path_ + " did not name itself", lastError()));
-    product_ = *product;
-    output.field("product", product_);
+    if (output_.board().empty())
+        output_.setBoard(emulator_ != nullptr ? "built-in emulator" : path_);
+    xdsp_board_options options{};
+    if (verbose_) {
+        options.log = &BoardSession::log;
+        options.log_user = this;
+    }
+    if (int status = xdsp_board_open(path_.c_str(), &options, &board_); status != XDSP_STATUS_OK)
+        return fail(openFailure(path_, status));
+    char name[sizeof(xdsp_board_info::product)] = {};
+    if (int status = xdsp_board_product_name(board_, name, sizeof name); status != XDSP_STATUS_OK)
+        return fail(commandFailure("the board at " + path_ + " did not name itself", status));
+    product_ = name;
+    output_.field("product", product_);
     return exitSuccess;
 }
 
-std::optional<std::string> openBoardProduct() {
-    uint8_t record[XDSP_PRODUCT_NAME_RECORD_SIZE] = {};
-    GetProductNameStruct(record);
-    if (record[XDSP_PRODUCT_NAME_OFFSET] == 0)
-        return std::nullopt;
-    record[sizeof record - 1] = 0;
-    return std::string(reinterpret_cast<const char *>(record + XDSP_PRODUCT_NAME_OFFSET));
+int BoardSession::fail(const Failure &failure) {
+    reportKeptMessage();
+    return output_.fail(failure);
+}
+
+void BoardSession::reportKeptMessage() {
+    if (board_ == nullptr)
+        return;
+    char text[messageCapacity] = {};
+    xdsp_board_last_message(board_, text, sizeof text);
+    if (text[0] == 0 || reportedMessage_ == text)
+        return;
+    reportedMessage_ = text;
+    output_.libraryMessage(text);
 }

@@ -3,7 +3,9 @@
 #pragma once
 
 #include "board.h"
+#include "output.h"
 #include "virtual_device_server.h"
+#include "xdsp/board.h"
 
 #include <memory>
 #include <optional>
@@ -11,9 +13,6 @@
 
 // What the built-in emulator's DSP runs.
 enum class EmulatedDsp { bootLoader, audioFirmware };
-
-// The vendor id of the boards' USB microcontroller.
-inline constexpr uint16_t boardVendorId = 0x20B1;
 
 // The board options of the command line; none set: the first attached board.
 struct BoardChoice {
@@ -23,31 +22,41 @@ struct BoardChoice {
     bool all = false;             // --all
 };
 
+// One command's board: its handle, and the output its words go to.
 class BoardSession {
   public:
-    explicit BoardSession(BoardChoice choice);
+    // verbose: the board's debug lines go to the output.
+    BoardSession(BoardChoice choice, Output &output, bool verbose);
     ~BoardSession();
     BoardSession(const BoardSession &) = delete;
     BoardSession &operator=(const BoardSession &) = delete;
 
     // Opens the chosen board (the built-in emulator with its DSP running dsp)
-    // and waits for its first answer: 0, or the exit code after the failure
-    // was reported.
+    // and waits for its name: 0, or the exit code after the failure was
+    // reported.
     int open(EmulatedDsp dsp = EmulatedDsp::bootLoader);
+    xdsp_board *board() const { return board_; }
+    Output &output() const { return output_; }
     const std::string &path() const { return path_; }
     const std::string &product() const { return product_; }
+    // Reports the failure, after the text of a message box the board kept,
+    // and returns its exit code.
+    int fail(const Failure &failure);
 
   private:
     int choosePath(EmulatedDsp dsp);
     int startBuiltInEmulator(EmulatedDsp dsp);
+    // Reports the board's kept message-box text once.
+    void reportKeptMessage();
+    static void log(xdsp_board *board, const char *line, void *user);
 
     BoardChoice choice_;
+    Output &output_;
+    bool verbose_;
     std::string path_;
     std::string product_;
-    std::unique_ptr<xdsp::emu::Board> board_;
+    xdsp_board *board_ = nullptr;
+    std::string reportedMessage_;
+    std::unique_ptr<xdsp::emu::Board> emulated_;
     std::unique_ptr<xdsp::emu::VirtualDeviceServer> emulator_;
 };
-
-// The product name of the open board, waited for when it has not come yet;
-// none when it did not come.
-std::optional<std::string> openBoardProduct();

@@ -1,6 +1,5 @@
 #include "boot_loader_commands.h"
 
-#include "output.h"
 #include "progress_meter.h"
 #include "text.h"
 
@@ -16,47 +15,39 @@
 namespace {
 constexpr uint32_t sectorBytes = 4096;
 constexpr uint32_t firstFileAddress = 0x10000; // after the boot file's area and the table
+// An unanswered checksum request reads as 0; so many asks tell it from a 0 sum.
+constexpr int checksumAsks = 3;
 
-struct FileEntry {
-    uint16_t type = 0;
-    uint32_t start = 0, end = 0, faiBytes = 0;
-    xdsp_char16 name[64] = {};
-    double created = 0, modified = 0;
-};
-
-FileEntry fileEntry(int32_t index) {
-    FileEntry entry;
-    BootLoader_GetFileDesc(index, &entry.type, &entry.start, &entry.end, &entry.faiBytes,
-                           entry.name, 64, &entry.created, &entry.modified);
+xdsp_file_entry fileEntry(xdsp_board *board, int32_t index) {
+    xdsp_file_entry entry{};
+    xdsp_board_file(board, static_cast<unsigned>(index), &entry);
     return entry;
 }
 
 std::string typeName(uint16_t type) {
-    return toUtf8(BootLoader_GetTypeName(static_cast<int16_t>(type)));
+    return xdsp_file_type_name(type);
 }
 
-// Opens the board and reads what its boot loader reports: 0, or the exit code
-// after a message.
-int identify(BoardSession &session) {
+// Opens the board and reads what its boot loader reports into identity: 0,
+// or the exit code after a message.
+int identify(BoardSession &session, xdsp_boot_loader_identity &identity) {
     if (int failed = session.open(); failed != exitSuccess)
         return failed;
-    Output &output = Output::get();
-    if (!BootLoader_Init(2, 2))
-        return output.fail({exitProtocol,
-                            "the boot loader on " + session.path() +
-                                " did not answer as it should (no answer, no flash, or no file "
-                                "table)",
-                            {},
-                            {}});
-    std::string version = toUtf8(BootLoader_GetVersion());
-    std::string product = toUtf8(BootLoader_GetProduct());
-    std::string dsp = toUtf8(BootLoader_GetDSP());
-    uint32_t flash = BootLoader_GetMemory();
+    Output &output = session.output();
+    if (xdsp_board_boot_loader_init(session.board(), 2, 2, &identity) != XDSP_STATUS_OK)
+        return session.fail({exitProtocol,
+                             "the boot loader on " + session.path() +
+                                 " did not answer as it should (no answer, no flash, or no file "
+                                 "table)",
+                             {},
+                             {}});
+    std::string version = identity.version, product = identity.product, dsp = identity.dsp;
     output.note("Boot loader " + version + ", " + product + ", DSP " + dsp + ", flash " +
-                std::to_string(flash / 1024) + " KiB");
-    output.field(
-        "boot_loader",
-        {{"version", version}, {"product", product}, {"dsp", dsp}, {"flash_bytes", flash}});
+                std::to_string(identity.memory_size / 1024) + " KiB");
+    output.field("boot_loader", {{"version", version},
+                                 {"product", product},
+                                 {"dsp", dsp},
+                                 {"flash_bytes", identity.memory_size}});
     return exitSuccess;
 }
 
@@ -86,15 +77,15 @@ uint32_t sectorsFor(size_t length) {
 
 // The file's own sectors when the data fits them, else the first free sectors
 // after every other file.
-std::pair<uint32_t, uint32_t> placeFor(int32_t index, size_t length) {
+std::pair<uint32_t, uint32_t> placeFor(xdsp_board *board, int32_t index, size_t length) {
     uint32_t needed = sectorsFor(length);
-    FileEntry own = fileEntry(index);
-    if (own.end > own.start && own.end - own.start >= needed)
-        return {own.start, own.end};
+    xdsp_file_entry own = fileEntry(board, index);
+    if (own.end_address > own.start_address && own.end_address - own.start_address >= needed)
+        return {own.start_address, own.end_address};
     uint32_t start = firstFileAddress;
     for (int32_t other = 0; other < XDSP_MAX_FILES; ++other)
         if (other != index)
-            start = std::max(start, fileEntry(other).end);
+            start = std::max(start, fileEntry(board, other).end_address);
     return {start, start + std::max(needed, sectorBytes)};
 }
 
@@ -109,41 +100,46 @@ std::string hexWord(uint16_t value) {
     return text;
 }
 
+uint16_t boardChecksum(xdsp_board *board, unsigned number) {
+    uint16_t sum = 0;
+    for (int ask = 0; ask < checksumAsks && sum == 0; ++ask)
+        xdsp_board_file_checksum(board, number, &sum);
+    return sum;
+}
+
 // The board already holds this data at index: the same length, as its file
 // table counts it (in sectors written), and the same checksum by its own count.
-bool boardHolds(int32_t index, const std::vector<uint8_t> &data) {
-    FileEntry own = fileEntry(index);
-    if (own.end <= own.start || own.faiBytes != sectorsFor(data.size()))
+bool boardHolds(xdsp_board *board, int32_t index, const std::vector<uint8_t> &data) {
+    xdsp_file_entry own = fileEntry(board, index);
+    if (own.end_address <= own.start_address || own.fai_bytes != sectorsFor(data.size()))
         return false;
-    uint16_t board = BootLoader_GetFileChecksum(index);
-    uint16_t file = BootLoader_ComputeFileChecksum(data.data(), static_cast<uint32_t>(data.size()));
-    return board == file;
+    return boardChecksum(board, static_cast<unsigned>(index)) ==
+           xdsp_checksum(data.data(), data.size());
 }
 
 } // namespace
 
 int listFiles(BoardSession &session) {
-    if (int failed = identify(session); failed != exitSuccess)
+    xdsp_boot_loader_identity identity{};
+    if (int failed = identify(session, identity); failed != exitSuccess)
         return failed;
-    Output &output = Output::get();
+    Output &output = session.output();
     nlohmann::ordered_json files = nlohmann::ordered_json::array();
     for (int32_t index = 0; index < XDSP_MAX_FILES; ++index) {
-        FileEntry entry = fileEntry(index);
-        if (entry.end == entry.start && entry.name[0] == 0)
+        xdsp_file_entry entry = fileEntry(session.board(), index);
+        if (entry.end_address == entry.start_address && entry.name[0] == 0)
             continue;
         if (files.empty())
             output.result("#   type  start     end       modified             name");
-        std::string name = toUtf8(entry.name);
-        char line[200];
-        std::snprintf(line, sizeof line, "%2d  %-4s  %08X  %08X  %-19s  %s", index,
-                      typeName(entry.type).c_str(), entry.start, entry.end,
-                      dateText(entry.modified).c_str(), name.c_str());
-        output.result(line);
+        std::string name = entry.name;
+        output.result(formatted("%2d  %-4s  %08X  %08X  %-19s  %s", index,
+                                typeName(entry.type).c_str(), entry.start_address,
+                                entry.end_address, dateText(entry.modified).c_str(), name.c_str()));
         files.push_back({{"index", index},
                          {"type", typeName(entry.type)},
-                         {"start", entry.start},
-                         {"end", entry.end},
-                         {"written_bytes", entry.faiBytes},
+                         {"start", entry.start_address},
+                         {"end", entry.end_address},
+                         {"written_bytes", entry.fai_bytes},
                          {"name", name},
                          {"created", dateText(entry.created)},
                          {"modified", dateText(entry.modified)}});
@@ -155,7 +151,7 @@ int listFiles(BoardSession &session) {
 }
 
 int uploadFile(BoardSession &session, const UploadRequest &request) {
-    Output &output = Output::get();
+    Output &output = session.output();
     std::optional<int32_t> index = parseIndex(request.index);
     if (!index)
         return output.fail({exitUsage,
@@ -182,53 +178,55 @@ int uploadFile(BoardSession &session, const UploadRequest &request) {
         data.push_back(0);
         output.note(request.file + ": padded with a zero byte to an even length");
     }
-    if (int failed = identify(session); failed != exitSuccess)
+    xdsp_boot_loader_identity identity{};
+    if (int failed = identify(session, identity); failed != exitSuccess)
         return failed;
-    if (data.size() > BootLoader_GetMemory())
-        return output.fail(
+    if (data.size() > identity.memory_size)
+        return session.fail(
             {exitSoftware, request.file + " is larger than the board's flash", {}, {}});
 
+    xdsp_board *board = session.board();
     bool bootFile = *index == XDSP_BOOT_FILE_INDEX;
     std::string target = bootFile ? "the boot file" : "file " + std::to_string(*index);
     output.field("file_index",
                  bootFile ? nlohmann::ordered_json("boot") : nlohmann::ordered_json(*index));
     output.field("bytes", data.size());
-    if (request.ifChanged && !bootFile && boardHolds(*index, data)) {
+    if (request.ifChanged && !bootFile && boardHolds(board, *index, data)) {
         output.result(target + " unchanged, skipped");
         output.field("skipped", true);
         return exitSuccess;
     }
-    int16_t type = 0;
-    uint32_t start = 0, end = 0;
-    if (!bootFile) {
-        type = requestedType.value_or(static_cast<int16_t>(fileEntry(*index).type));
-        std::tie(start, end) = placeFor(*index, data.size());
-        start = request.start.value_or(start);
-        end = request.end.value_or(end);
-    }
     std::string name = request.name.empty() ? baseName(request.file) : request.name;
-    auto wideName = fromUtf8(name);
-    xdsp_bool sent = 0;
-    {
-        ProgressMeter meter(data.size());
-        sent = BootLoader_Send(*index, type, start, end, wideName.c_str(), data.data(),
-                               static_cast<uint32_t>(data.size()), 0, ProgressMeter::callback, 0);
+    xdsp_upload upload{};
+    upload.file_index = *index;
+    upload.name = name.c_str();
+    upload.data = data.data();
+    upload.length = data.size();
+    if (!bootFile) {
+        upload.type = requestedType.value_or(static_cast<int16_t>(fileEntry(board, *index).type));
+        std::tie(upload.start_address, upload.end_address) = placeFor(board, *index, data.size());
+        upload.start_address = request.start.value_or(upload.start_address);
+        upload.end_address = request.end.value_or(upload.end_address);
     }
-    uint32_t error = lastError();
-    if (!sent)
-        return output.fail(commandFailure("the upload stopped", error));
-    uint16_t fileSum =
-        BootLoader_ComputeFileChecksum(data.data(), static_cast<uint32_t>(data.size()));
-    if (error == XDSP_ERROR_CHECKSUM_MISMATCH) {
-        uint16_t boardSum = BootLoader_GetFileChecksum(bootFile ? XDSP_BOOT_FILE_NUMBER : *index);
+    int status = XDSP_STATUS_OK;
+    {
+        ProgressMeter meter(output);
+        status = xdsp_board_upload(board, &upload, ProgressMeter::callback, &meter);
+    }
+    uint16_t fileSum = xdsp_checksum(data.data(), data.size());
+    if (status == XDSP_STATUS_CHECKSUM_MISMATCH) {
+        uint16_t boardSum =
+            boardChecksum(board, bootFile ? XDSP_BOOT_FILE_NUMBER : static_cast<unsigned>(*index));
         output.field("board_checksum", boardSum);
         output.field("file_checksum", fileSum);
-        return output.fail({exitChecksum,
-                            "checksum differs after upload: the board reports " +
-                                hexWord(boardSum) + ", the file sums to " + hexWord(fileSum),
-                            error,
-                            {}});
+        return session.fail({exitChecksum,
+                             "checksum differs after upload: the board reports " +
+                                 hexWord(boardSum) + ", the file sums to " + hexWord(fileSum),
+                             errorCode(status),
+                             {}});
     }
+    if (status != XDSP_STATUS_OK)
+        return session.fail(commandFailure("the upload stopped", status));
     output.field("skipped", false);
     output.field("checksum", fileSum);
     output.result("Uploaded " + std::to_string(data.size()) + " bytes as " + target +
@@ -239,8 +237,8 @@ int uploadFile(BoardSession &session, const UploadRequest &request) {
 int bootProgram(BoardSession &session) {
     if (int failed = session.open(); failed != exitSuccess)
         return failed;
-    BootLoader_Boot();
-    Output::get().result("DSP program started");
+    xdsp_board_run(session.board());
+    session.output().result("DSP program started");
     return exitSuccess;
 }
 
@@ -251,19 +249,17 @@ int showStatus(BoardSession &session) {
         "flash bytes",         "program starts",  "last command code",  "commands carried out",
         "commands refused",    "files allocated", "file being written", "bytes written to it",
         "SPI transfers heard", "reserved",        "reserved",           "reserved"};
-    if (int failed = identify(session); failed != exitSuccess)
+    xdsp_boot_loader_identity identity{};
+    if (int failed = identify(session, identity); failed != exitSuccess)
         return failed;
-    Output &output = Output::get();
+    Output &output = session.output();
     uint32_t status[XDSP_STATUS_WORDS] = {};
-    if (!XMOS_DSP_STAT(status))
-        return output.fail({exitProtocol, "the DSP sent no status record", {}, {}});
+    if (xdsp_board_dsp_status(session.board(), status) != XDSP_STATUS_OK)
+        return session.fail({exitProtocol, "the DSP sent no status record", {}, {}});
     output.result(" #  hex          decimal  meaning");
     nlohmann::ordered_json words = nlohmann::ordered_json::array();
     for (size_t i = 0; i < XDSP_STATUS_WORDS; ++i) {
-        char line[120];
-        std::snprintf(line, sizeof line, "%2zu  %08X  %10u  %s", i, status[i], status[i],
-                      labels[i]);
-        output.result(line);
+        output.result(formatted("%2zu  %08X  %10u  %s", i, status[i], status[i], labels[i]));
         words.push_back({{"value", status[i]}, {"meaning", labels[i]}});
     }
     output.field("status", words);

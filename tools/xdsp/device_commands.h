@@ -12,8 +12,8 @@ inline constexpr uint32_t flashReadLimit = 65536;
 
 // The device path and the product name the board reports.
 int showInfo(BoardSession &session);
-// Applies output first when given, then prints the GPIO input word.
-int showGpio(BoardSession &session, std::optional<uint16_t> output);
+// Applies outputs first when given, then prints the GPIO input word.
+int showGpio(BoardSession &session, std::optional<uint16_t> outputs);
 // Samples the four ADC channels once and prints their readings.
 int showAdc(BoardSession &session);
 // Hex dump of count bytes of the board's flash from address.

@@ -1,43 +1,49 @@
 #include "failure.h"
 
-#include "xdsp/xdsp.h"
+#include "xdsp/board.h"
 
 #include <cstdio>
 
-#ifdef _WIN32
-#include <windows.h>
-#endif
-
 namespace {
-// Every last-error code the tool meets: its words, and where a command that
-// stops with it leads.
-struct ErrorMeaning {
+// Every status the tool meets: its error code, its words, and where a command
+// that stops with it leads.
+struct StatusMeaning {
+    int status;
     uint32_t code;
     const char *words;
     int exitCode;
 };
 
-constexpr ErrorMeaning errorMeanings[] = {
-    // A call that failed without a code: the answer it waited for did not come.
-    {XDSP_ERROR_SUCCESS, "no error", exitLink},
-    {XDSP_ERROR_FILE_NOT_FOUND, "not found", exitNoBoard},
-    {XDSP_ERROR_ACCESS_DENIED, "permission denied", exitPermission},
-    {XDSP_ERROR_INVALID_HANDLE, "the link is down", exitLink},
-    {XDSP_ERROR_FILE_TABLE_LOST, "the file table could not be read back", exitProtocol},
-    {XDSP_ERROR_FORMAT_FAILED, "the boot loader did not prepare the file's area", exitProtocol},
-    {XDSP_ERROR_SHARING_VIOLATION, "busy: another program holds it", exitNoBoard},
-    {XDSP_ERROR_NOT_OPEN, "no board is open", exitLink},
-    {XDSP_ERROR_INVALID_PARAMETER, "an argument does not fit", exitSoftware},
-    {XDSP_ERROR_INTERNAL, "no answer came in time, or the board reported an error", exitLink},
-    {XDSP_ERROR_CHECKSUM_MISMATCH, "the checksums differ", exitChecksum},
-    {errorPipeBusy, "busy: another program holds it", exitNoBoard},
+constexpr StatusMeaning statusMeanings[] = {
+    {XDSP_STATUS_NOT_FOUND, XDSP_ERROR_FILE_NOT_FOUND, "not found", exitNoBoard},
+    {XDSP_STATUS_BUSY, XDSP_ERROR_SHARING_VIOLATION, "busy: another program holds it", exitNoBoard},
+    {XDSP_STATUS_NO_PERMISSION, XDSP_ERROR_ACCESS_DENIED, "permission denied", exitPermission},
+    {XDSP_STATUS_LINK_LOST, XDSP_ERROR_INVALID_HANDLE, "the link is down", exitLink},
+    {XDSP_STATUS_NO_ANSWER, XDSP_ERROR_INTERNAL,
+     "no answer came in time, or the board reported an error", exitLink},
+    {XDSP_STATUS_BOARD_ERROR, XDSP_ERROR_INTERNAL,
+     "no answer came in time, or the board reported an error", exitLink},
+    {XDSP_STATUS_CHECKSUM_MISMATCH, XDSP_ERROR_CHECKSUM_MISMATCH, "the checksums differ",
+     exitChecksum},
+    {XDSP_STATUS_FORMAT_FAILED, XDSP_ERROR_FORMAT_FAILED,
+     "the boot loader did not prepare the file's area", exitProtocol},
+    {XDSP_STATUS_FILE_TABLE_LOST, XDSP_ERROR_FILE_TABLE_LOST,
+     "the file table could not be read back", exitProtocol},
+    {XDSP_STATUS_INVALID_ARGUMENT, XDSP_ERROR_INVALID_PARAMETER, "an argument does not fit",
+     exitSoftware},
+    {XDSP_STATUS_CLOSED, XDSP_ERROR_NOT_OPEN, "no board is open", exitLink},
 };
 
-const ErrorMeaning *meaningOf(uint32_t code) {
-    for (const ErrorMeaning &meaning : errorMeanings)
-        if (meaning.code == code)
+const StatusMeaning *meaningOf(int status) {
+    for (const StatusMeaning &meaning : statusMeanings)
+        if (meaning.status == status)
             return &meaning;
     return nullptr;
+}
+
+int exitCodeOf(int status) {
+    const StatusMeaning *meaning = meaningOf(status);
+    return meaning != nullptr ? meaning->exitCode : exitSoftware;
 }
 } // namespace
 
@@ -55,17 +61,14 @@ std::string exitCodeHelp() {
            "With --all: the highest code among the boards.\n";
 }
 
-uint32_t lastError() {
-#ifdef _WIN32
-    return GetLastError();
-#else
-    return xdsp_last_error();
-#endif
+std::optional<uint32_t> errorCode(int status) {
+    const StatusMeaning *meaning = meaningOf(status);
+    return meaning != nullptr ? std::optional<uint32_t>(meaning->code) : std::nullopt;
 }
 
-std::string errorWords(uint32_t code) {
-    const ErrorMeaning *meaning = meaningOf(code);
-    return meaning != nullptr ? meaning->words : "unexpected system error";
+std::string errorWords(int status) {
+    const StatusMeaning *meaning = meaningOf(status);
+    return meaning != nullptr ? meaning->words : xdsp_status_text(status);
 }
 
 std::string errorNumber(uint32_t code) {
@@ -77,32 +80,27 @@ std::string errorNumber(uint32_t code) {
     return text;
 }
 
-Failure openFailure(const std::string &path, uint32_t code) {
-    const ErrorMeaning *meaning = meaningOf(code);
-    int exitCode = meaning != nullptr ? meaning->exitCode : exitSoftware;
-    switch (exitCode) {
-    case exitNoBoard:
-        return code == XDSP_ERROR_FILE_NOT_FOUND
-                   ? Failure{exitCode, "no board answered at " + path, code, {}}
-                   : Failure{exitCode, "board " + errorWords(code), code, {}};
-    case exitPermission:
-        return {exitCode, "cannot open " + path + ": " + errorWords(code), code,
+Failure openFailure(const std::string &path, int status) {
+    std::optional<uint32_t> code = errorCode(status);
+    int exitCode = exitCodeOf(status);
+    switch (status) {
+    case XDSP_STATUS_NOT_FOUND:
+        return {exitCode, "no board answered at " + path, code, {}};
+    case XDSP_STATUS_BUSY:
+        return {exitCode, "board " + errorWords(status), code, {}};
+    case XDSP_STATUS_NO_PERMISSION:
+        return {exitCode, "cannot open " + path + ": " + errorWords(status), code,
                 "`xdsp udev-rule` prints a rule that gives your user access"};
-    case exitLink:
-        if (code == XDSP_ERROR_INTERNAL)
-            return {exitCode, path + " answered, but not as a board does", code, {}};
-        [[fallthrough]];
+    case XDSP_STATUS_NO_ANSWER:
+        return {exitCode, path + " answered, but not as a board does", code, {}};
     default:
-        return {exitSoftware, "cannot open " + path + ": " + errorWords(code), code, {}};
+        // Whatever else stops an open is no fault of the link or the board.
+        return {exitSoftware, "cannot open " + path + ": " + errorWords(status), code, {}};
     }
 }
 
-Failure commandFailure(const std::string &what, uint32_t code) {
-    const ErrorMeaning *meaning = meaningOf(code);
-    return {meaning != nullptr ? meaning->exitCode : exitLink,
-            what + ": " + errorWords(code),
-            code,
-            {}};
+Failure commandFailure(const std::string &what, int status) {
+    return {exitCodeOf(status), what + ": " + errorWords(status), errorCode(status), {}};
 }
 
 Failure noBoardFailure() {

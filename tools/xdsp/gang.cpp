@@ -1,60 +1,47 @@
 #include "gang.h"
 
 #include "board_list.h"
-#include "child_processes.h"
 #include "output.h"
+#include "platform.h"
 #include "text.h"
 
 #include <algorithm>
-#include <cstdio>
+#include <chrono>
+#include <deque>
 
 namespace {
-struct BoardRow {
-    std::string path;
-    std::string product;
-    std::string lastError;
+struct BoardRun {
+    ListedBoard listed;
+    Output output;
+    int exitCode = exitSoftware;
+    double seconds = 0;
 };
 
-// The tool's own arguments without the board choice, then the one board.
-std::vector<std::string> childArguments(const std::vector<std::string> &toolArguments,
-                                        const std::string &path) {
-    std::vector<std::string> arguments;
-    for (size_t i = 0; i < toolArguments.size(); ++i) {
-        const std::string &argument = toolArguments[i];
-        if (argument == "--all" || argument.rfind("--index=", 0) == 0)
-            continue;
-        if (argument == "--index") {
-            ++i;
-            continue;
-        }
-        arguments.push_back(argument);
-    }
-    arguments.push_back("--device");
-    arguments.push_back(path);
-    return arguments;
-}
-
-// What a child's line says about its failure, if anything: its JSON error
-// event, or its error line.
-void noteFailure(BoardRow &row, const std::string &line, const nlohmann::json &event) {
-    if (event.is_discarded()) {
-        if (line.rfind("xdsp: ", 0) == 0)
-            row.lastError = line.substr(6);
-    } else if (event.value("event", "") == "error" && event.contains("text") &&
-               event["text"].is_string()) {
-        row.lastError = event["text"].get<std::string>();
-    }
-}
-
-std::string resultText(const BoardRow &row, const ChildResult &result) {
-    if (result.exitCode == 0)
+std::string resultText(const BoardRun &run) {
+    if (run.exitCode == exitSuccess)
         return "ok";
-    std::string text = "exit " + std::to_string(result.exitCode);
-    return row.lastError.empty() ? text : text + ": " + row.lastError;
+    std::string text = "exit " + std::to_string(run.exitCode);
+    const std::string &error = run.output.lastError();
+    return error.empty() ? text : text.append(": ").append(error);
+}
+
+// The command on one board, as it runs alone: its words, its result event,
+// its exit code.
+void runOne(BoardRun &run, const BoardCommand &command, bool verbose) {
+    auto started = std::chrono::steady_clock::now();
+    int exitCode = exitSoftware;
+    {
+        BoardChoice choice;
+        choice.device = run.listed.path;
+        BoardSession session(choice, run.output, verbose);
+        exitCode = command(session);
+    }
+    run.exitCode = run.output.finish(exitCode);
+    run.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
 }
 } // namespace
 
-int runOnAllBoards(const std::vector<std::string> &toolArguments) {
+int runOnAllBoards(const BoardCommand &command, bool verbose) {
     Output &output = Output::get();
     std::vector<ListedBoard> boards = discoverBoards();
     if (boards.empty())
@@ -63,49 +50,43 @@ int runOnAllBoards(const std::vector<std::string> &toolArguments) {
                             {},
                             {}});
     bool json = output.mode() == OutputMode::json;
-    std::vector<BoardRow> rows;
-    std::vector<std::vector<std::string>> arguments;
+    // Lines of boards side by side cannot share a bar redrawn in place.
+    OutputMode boardMode =
+        output.mode() == OutputMode::terminal ? OutputMode::plain : output.mode();
+    // A deque keeps each run where its thread finds it.
+    std::deque<BoardRun> runs;
+    std::vector<std::function<void()>> jobs;
     for (const ListedBoard &board : boards) {
-        rows.push_back({board.path, board.product, {}});
-        arguments.push_back(childArguments(toolArguments, board.path));
+        BoardRun &run = runs.emplace_back(board, Output(boardMode, output.command(), board.path));
+        jobs.push_back([&run, &command, verbose] { runOne(run, command, verbose); });
     }
-    std::vector<ChildResult> results = runToolCopies(
-        arguments, [&](size_t child, const std::string &line, const nlohmann::json &event) {
-            noteFailure(rows[child], line, event);
-            // JSON lines name their board already.
-            std::string text = json ? line : "[" + rows[child].path + "] " + line;
-            text += "\n";
-            std::fwrite(text.data(), 1, text.size(), stdout);
-            std::fflush(stdout);
-        });
+    runSideBySide(jobs);
 
     int worst = exitSuccess;
     nlohmann::ordered_json summary = nlohmann::ordered_json::array();
     size_t pathWidth = 5, productWidth = 7;
-    for (const BoardRow &row : rows) {
-        pathWidth = std::max(pathWidth, row.path.size());
-        productWidth = std::max(productWidth, row.product.size());
+    for (const BoardRun &run : runs) {
+        pathWidth = std::max(pathWidth, run.listed.path.size());
+        productWidth = std::max(productWidth, run.listed.product.size());
     }
     std::string format =
         "%-" + std::to_string(pathWidth) + "s  %-" + std::to_string(productWidth) + "s  %8s  %s";
-    if (!json)
-        std::printf("\n%s\n",
-                    formatted(format.c_str(), "board", "product", "time", "result").c_str());
-    for (size_t i = 0; i < rows.size(); ++i) {
-        worst = std::max(worst, results[i].exitCode);
-        std::string seconds = formatted("%.2f s", results[i].seconds);
-        if (!json)
-            std::printf("%s\n",
-                        formatted(format.c_str(), rows[i].path.c_str(), rows[i].product.c_str(),
-                                  seconds.c_str(), resultText(rows[i], results[i]).c_str())
-                            .c_str());
-        summary.push_back({{"board", rows[i].path},
-                           {"product", rows[i].product},
-                           {"exit_code", results[i].exitCode},
-                           {"seconds", results[i].seconds},
-                           {"error", rows[i].lastError}});
+    std::string table = "\n";
+    table += formatted(format.c_str(), "board", "product", "time", "result");
+    for (const BoardRun &run : runs) {
+        worst = std::max(worst, run.exitCode);
+        table.append("\n").append(
+            formatted(format.c_str(), run.listed.path.c_str(), run.listed.product.c_str(),
+                      formatted("%.2f s", run.seconds).c_str(), resultText(run).c_str()));
+        summary.push_back({{"board", run.listed.path},
+                           {"product", run.listed.product},
+                           {"exit_code", run.exitCode},
+                           {"seconds", run.seconds},
+                           {"error", run.output.lastError()}});
     }
     if (json)
         output.event("summary", {{"boards", summary}, {"exit_code", worst}});
+    else
+        output.result(table);
     return worst;
 }

@@ -1,10 +1,15 @@
-// --all: the command on every listed board at once, one process per board
-// (the library holds one board per process), then a summary table.
+// --all: the command on every listed board at once, a thread per board in
+// this process, then a summary table.
 #pragma once
 
-#include <string>
-#include <vector>
+#include "board_session.h"
 
-// The tool's arguments as it was started, without its own name; returns the
-// highest exit code of the boards.
-int runOnAllBoards(const std::vector<std::string> &toolArguments);
+#include <functional>
+#include <string>
+
+// What --all runs on each board.
+using BoardCommand = std::function<int(BoardSession &)>;
+
+// Runs command on every board, each with an output of its own named after
+// the board; returns the highest exit code of the boards.
+int runOnAllBoards(const BoardCommand &command, bool verbose);

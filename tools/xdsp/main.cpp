@@ -19,14 +19,15 @@
 
 namespace {
 // A hex word or address, "0x" allowed in front; none after a message.
-std::optional<uint32_t> hexArgument(const char *name, const std::string &text, uint32_t maxValue) {
+std::optional<uint32_t> hexArgument(Output &output, const char *name, const std::string &text,
+                                    uint32_t maxValue) {
     auto value = xdsp::emu::commandLine::hexValue(text, maxValue);
     if (!value)
-        Output::get().fail({exitUsage,
-                            std::string(name) + " wants hex digits up to " +
-                                formatted("%X", maxValue) + ", not \"" + text + "\"",
-                            {},
-                            {}});
+        output.fail({exitUsage,
+                     std::string(name) + " wants hex digits up to " + formatted("%X", maxValue) +
+                         ", not \"" + text + "\"",
+                     {},
+                     {}});
     return value;
 }
 
@@ -64,7 +65,7 @@ struct Command {
     CLI::App *app;
     bool needsBoard;
     bool allowedWithAll;
-    std::function<int(BoardSession &)> run;
+    BoardCommand run;
 };
 
 // "info, ls, upload and boot": the commands that --all runs.
@@ -81,7 +82,7 @@ std::string allowedWithAll(const std::vector<Command> &commands) {
 
 // Runs the chosen command, once its board options were checked against it.
 int runCommand(const std::vector<Command> &commands, CLI::App *chosen, const BoardChoice &choice,
-               const std::vector<std::string> &toolArguments) {
+               bool verbose) {
     Output &output = Output::get();
     auto command = std::find_if(commands.begin(), commands.end(),
                                 [chosen](const Command &entry) { return entry.app == chosen; });
@@ -98,8 +99,8 @@ int runCommand(const std::vector<Command> &commands, CLI::App *chosen, const Boa
                             {},
                             {}});
     if (choice.all)
-        return runOnAllBoards(toolArguments);
-    BoardSession session(choice);
+        return runOnAllBoards(command->run, verbose);
+    BoardSession session(choice, output, verbose);
     return command->run(session);
 }
 } // namespace
@@ -110,7 +111,7 @@ int main(int argc, char **argv) {
     app.footer(exitCodeHelp());
     bool verbose = false, json = false, quiet = false;
     BoardChoice choice;
-    app.add_flag("-v,--verbose", verbose, "Print the library's debug output on stderr");
+    app.add_flag("-v,--verbose", verbose, "Print the board's debug output on stderr");
     app.add_flag("--json", json, "One JSON object per line on stdout (see docs/tool.md)");
     app.add_flag("-q,--quiet", quiet, "Results and errors only");
     auto *device =
@@ -206,7 +207,8 @@ int main(int argc, char **argv) {
         {gpio, true, false,
          [&gpioOutput](BoardSession &session) -> int {
              std::optional<uint32_t> word;
-             if (gpioOutput && !(word = hexArgument("--set", *gpioOutput, 0xFFFF)))
+             if (gpioOutput &&
+                 !(word = hexArgument(session.output(), "--set", *gpioOutput, 0xFFFF)))
                  return exitUsage;
              return showGpio(session, word ? std::optional<uint16_t>(static_cast<uint16_t>(*word))
                                            : std::nullopt);
@@ -215,7 +217,8 @@ int main(int argc, char **argv) {
         {stat, true, false, [](BoardSession &session) { return showStatus(session); }},
         {flash, true, false,
          [&](BoardSession &session) {
-             std::optional<uint32_t> address = hexArgument("ADDRESS", flashAddress, 0xFFFFFFFF);
+             std::optional<uint32_t> address =
+                 hexArgument(session.output(), "ADDRESS", flashAddress, 0xFFFFFFFF);
              return address ? dumpFlash(session, *address, flashCount) : exitUsage;
          }},
         {audio, true, false,
@@ -242,7 +245,6 @@ int main(int argc, char **argv) {
     Output &output = Output::get();
     CLI::App *chosen = app.get_subcommands().front();
     output.configure(outputMode(json, quiet), chosen->get_name());
-    routeLibraryMessages(verbose);
 
-    return output.finish(runCommand(commands, chosen, choice, arguments));
+    return output.finish(runCommand(commands, chosen, choice, verbose));
 }

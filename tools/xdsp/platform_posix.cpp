@@ -1,9 +1,8 @@
 #include "platform.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <dirent.h>
+#include <pthread.h>
 #include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -37,9 +36,11 @@ const char *environment(const char *name) {
     return value != nullptr && *value != 0 ? value : nullptr;
 }
 
-bool endsWith(const std::string &text, const std::string &end) {
-    return text.size() >= end.size() &&
-           text.compare(text.size() - end.size(), end.size(), end) == 0;
+pthread_mutex_t outputMutex = PTHREAD_MUTEX_INITIALIZER;
+
+void *runJob(void *job) {
+    (*static_cast<const std::function<void()> *>(job))();
+    return nullptr;
 }
 } // namespace
 
@@ -72,25 +73,6 @@ std::string emulatorEndpoint(unsigned number) {
     return runtimeFolder() + "/emu-" + std::to_string(number) + ".sock";
 }
 
-std::vector<std::string> emulatorEndpoints() {
-    std::vector<std::string> endpoints;
-    std::string folder = runtimeFolder();
-    DIR *directory = folder.empty() ? nullptr : opendir(folder.c_str());
-    if (directory == nullptr)
-        return endpoints;
-    while (const dirent *entry = readdir(directory)) {
-        std::string name = entry->d_name;
-        if (name.rfind("emu-", 0) == 0 && endsWith(name, ".sock"))
-            endpoints.push_back(folder + "/" + name);
-    }
-    closedir(directory);
-    // emu-2 before emu-10.
-    std::sort(endpoints.begin(), endpoints.end(), [](const std::string &a, const std::string &b) {
-        return a.size() != b.size() ? a.size() < b.size() : a < b;
-    });
-    return endpoints;
-}
-
 std::string builtInEndpoint() {
     std::string folder = runtimeFolder();
     return (folder.empty() ? "/tmp" : folder) + "/builtin-" + std::to_string(getpid()) + ".sock";
@@ -100,10 +82,24 @@ std::vector<std::string> utf8Arguments(int argc, char **argv) {
     return {argv + 1, argv + argc};
 }
 
-std::string selfExecutable() {
-    char path[4096];
-    ssize_t length = readlink("/proc/self/exe", path, sizeof path - 1);
-    if (length <= 0)
-        return "xdsp";
-    return std::string(path, static_cast<size_t>(length));
+void runSideBySide(const std::vector<std::function<void()>> &jobs) {
+    std::vector<pthread_t> threads;
+    for (const std::function<void()> &job : jobs) {
+        pthread_t thread;
+        if (pthread_create(&thread, nullptr, runJob, const_cast<std::function<void()> *>(&job)) ==
+            0)
+            threads.push_back(thread);
+        else
+            job();
+    }
+    for (pthread_t thread : threads)
+        pthread_join(thread, nullptr);
+}
+
+OutputLock::OutputLock() {
+    pthread_mutex_lock(&outputMutex);
+}
+
+OutputLock::~OutputLock() {
+    pthread_mutex_unlock(&outputMutex);
 }

@@ -2,6 +2,7 @@
 
 #include "text.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <direct.h>
@@ -12,7 +13,12 @@
 #include <shellapi.h>
 
 namespace {
-constexpr unsigned endpointLimit = 16; // pipes cannot be listed, only tried
+SRWLOCK outputLock = SRWLOCK_INIT;
+
+DWORD WINAPI runJob(void *job) {
+    (*static_cast<const std::function<void()> *>(job))();
+    return 0;
+}
 
 // The user's name as a pipe name may carry it.
 std::string userName() {
@@ -52,13 +58,6 @@ std::string emulatorEndpoint(unsigned number) {
     return "\\\\.\\pipe\\xdsp-" + userName() + "-emu-" + std::to_string(number);
 }
 
-std::vector<std::string> emulatorEndpoints() {
-    std::vector<std::string> endpoints;
-    for (unsigned number = 1; number <= endpointLimit; ++number)
-        endpoints.push_back(emulatorEndpoint(number));
-    return endpoints;
-}
-
 std::string builtInEndpoint() {
     return "\\\\.\\pipe\\xdsp-" + userName() + "-builtin-" + std::to_string(GetCurrentProcessId());
 }
@@ -76,8 +75,30 @@ std::vector<std::string> utf8Arguments(int argc, char **argv) {
     return arguments;
 }
 
-std::string selfExecutable() {
-    wchar_t path[MAX_PATH] = {};
-    DWORD length = GetModuleFileNameW(nullptr, path, MAX_PATH);
-    return length > 0 && length < MAX_PATH ? toUtf8(path) : "xdsp.exe";
+void runSideBySide(const std::vector<std::function<void()>> &jobs) {
+    std::vector<HANDLE> threads;
+    for (const std::function<void()> &job : jobs) {
+        HANDLE thread =
+            CreateThread(nullptr, 0, runJob, const_cast<std::function<void()> *>(&job), 0, nullptr);
+        if (thread != nullptr)
+            threads.push_back(thread);
+        else
+            job();
+    }
+    // One wait takes at most MAXIMUM_WAIT_OBJECTS handles.
+    for (size_t first = 0; first < threads.size(); first += MAXIMUM_WAIT_OBJECTS) {
+        auto count =
+            static_cast<DWORD>(std::min<size_t>(threads.size() - first, MAXIMUM_WAIT_OBJECTS));
+        WaitForMultipleObjects(count, threads.data() + first, TRUE, INFINITE);
+    }
+    for (HANDLE thread : threads)
+        CloseHandle(thread);
+}
+
+OutputLock::OutputLock() {
+    AcquireSRWLockExclusive(&outputLock);
+}
+
+OutputLock::~OutputLock() {
+    ReleaseSRWLockExclusive(&outputLock);
 }

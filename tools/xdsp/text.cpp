@@ -32,49 +32,6 @@ void appendUtf8(std::string &out, char32_t c) {
         out += static_cast<char>(0x80 | (c & 0x3F));
     }
 }
-
-void appendUtf16(std::basic_string<xdsp_char16> &out, char32_t c) {
-    if (c < 0x10000) {
-        out += static_cast<xdsp_char16>(c);
-        return;
-    }
-    c -= 0x10000;
-    out += static_cast<xdsp_char16>(0xD800 | (c >> 10));
-    out += static_cast<xdsp_char16>(0xDC00 | (c & 0x3FF));
-}
-
-// The character whose UTF-8 form starts at text[at], and the bytes it takes;
-// a byte that starts no well-formed sequence (overlong, a surrogate, past
-// U+10FFFF, cut short) is one U+FFFD.
-char32_t decodeUtf8(const std::string &text, size_t at, size_t &length) {
-    auto byte = [&text](size_t i) { return static_cast<unsigned char>(text[i]); };
-    unsigned char lead = byte(at);
-    length = 1;
-    if (lead < 0x80)
-        return lead;
-    size_t needed = 0;
-    char32_t c = 0, least = 0;
-    if (lead >= 0xC2 && lead <= 0xDF) {
-        needed = 1, c = lead & 0x1F, least = 0x80;
-    } else if (lead >= 0xE0 && lead <= 0xEF) {
-        needed = 2, c = lead & 0x0F, least = 0x800;
-    } else if (lead >= 0xF0 && lead <= 0xF4) {
-        needed = 3, c = lead & 0x07, least = 0x10000;
-    } else {
-        return replacement;
-    }
-    if (text.size() - at <= needed)
-        return replacement;
-    for (size_t i = 1; i <= needed; ++i) {
-        if ((byte(at + i) & 0xC0) != 0x80)
-            return replacement;
-        c = (c << 6) | (byte(at + i) & 0x3F);
-    }
-    if (c < least || c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF))
-        return replacement;
-    length = needed + 1;
-    return c;
-}
 } // namespace
 
 std::string toUtf8(const xdsp_char16 *text) {
@@ -90,13 +47,6 @@ std::string toUtf8(const xdsp_char16 *text) {
         }
         appendUtf8(out, c);
     }
-    return out;
-}
-
-std::basic_string<xdsp_char16> fromUtf8(const std::string &text) {
-    std::basic_string<xdsp_char16> out;
-    for (size_t at = 0, length = 0; at < text.size(); at += length)
-        appendUtf16(out, decodeUtf8(text, at, length));
     return out;
 }
 

@@ -1,14 +1,12 @@
-// The library's UTF-16 texts and OLE dates as the tool prints them.
+// Wide texts of the system, OLE dates and byte counts as the tool prints them.
 #pragma once
 
 #include "xdsp/xdsp.h"
 
 #include <string>
 
-// UTF-16 to UTF-8 and back; half a surrogate pair, and bytes that are not
-// well-formed UTF-8, become U+FFFD.
+// UTF-16 to UTF-8; half a surrogate pair becomes U+FFFD.
 std::string toUtf8(const xdsp_char16 *text);
-std::basic_string<xdsp_char16> fromUtf8(const std::string &text);
 // An OLE automation date as "YYYY-MM-DD hh:mm:ss"; "-" for none (0.0), and
 // "0000-00-00 00:00:00" outside the years 100 to 9999.
 std::string dateText(double date);
