@@ -14,7 +14,6 @@ using board::Call;
 using board::runCall;
 
 namespace {
-constexpr uint16_t initializedBit = 0x0400;
 
 // Lengths cross into the library's 32-bit fields only when they fit.
 bool fits32(size_t value) {

@@ -8,9 +8,13 @@
 #include <algorithm>
 #include <chrono>
 #include <deque>
+#include <utility>
 
 namespace {
 struct BoardRun {
+    BoardRun(ListedBoard board, Output boardOutput)
+        : listed(std::move(board)), output(std::move(boardOutput)) {}
+
     ListedBoard listed;
     Output output;
     int exitCode = exitSoftware;
