@@ -50,7 +50,8 @@ void eventClose(Event *event);
 void eventSet(Event *event);
 void eventReset(Event *event);
 bool eventIsSet(Event *event);
-// True when the event is set within the time-out.
+// True when the event was set at some moment within the time-out, even if it
+// was reset again before the waiter ran.
 bool eventWait(Event *event, uint32_t timeoutMs);
 
 struct XDSP_CAPABILITY("mutex") Lock;

@@ -87,12 +87,14 @@ bool eventWait(Event *event, uint32_t timeoutMs) {
         deadline.tv_nsec -= 1000000000L;
     }
     waitersOf(event).fetch_add(1);
-    while (stateOf(event).load() == 0) {
-        if (!futexWaitUntil(&event->state, 0, deadline))
-            break;
+    // A set seen once is the wait's result, as a Win32 wait is satisfied by
+    // it: the poll thread may reset the report event again before this thread
+    // looks a second time.
+    bool set = false;
+    while (!(set = eventIsSet(event)) && futexWaitUntil(&event->state, 0, deadline)) {
     }
     waitersOf(event).fetch_sub(1);
-    return eventIsSet(event);
+    return set;
 }
 
 struct Lock {
