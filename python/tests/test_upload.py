@@ -57,17 +57,24 @@ def test_ctrl_c_cancels_the_upload_and_erases_the_file(xdsp_board):
     xdsp_board.bootloader.upload(b"kept", 0, name="kept")
     data = bytes(16384)
     sent_so_far = []
-    under_way = threading.Event()
+    under_way, pressed = threading.Event(), threading.Event()
 
     def follow(sent, _total):
         sent_so_far.append(sent)
-        if sent >= 1024:
+        if sent >= 1024 and not pressed.is_set():
             under_way.set()
+            # Held here until the key is pressed, so that a starved thread
+            # cannot press it only after the last packet.
+            pressed.wait(30)
 
-    # A real SIGINT, from elsewhere, as the terminal sends it: it may come in
-    # any of the board's callbacks.
-    pressing = threading.Thread(
-        target=lambda: under_way.wait(10) and signal.raise_signal(signal.SIGINT))
+    def press():
+        if under_way.wait(30):
+            signal.raise_signal(signal.SIGINT)
+            pressed.set()
+
+    # A real SIGINT, from elsewhere, as the terminal sends it: Python runs its
+    # handler in whichever of the board's callbacks comes next.
+    pressing = threading.Thread(target=press)
     pressing.start()
     with pytest.raises(KeyboardInterrupt):
         xdsp_board.bootloader.upload(data, 1, name="cut", progress=follow)
