@@ -4,7 +4,6 @@
 #include "xdsp/xdsp.h"
 
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <chrono>
@@ -36,17 +35,18 @@ TEST(ToolBoards, ListShowsRunningEmulatorsAndIndexChoosesOne) {
     emu::BoardOptions first = withBootLoader(), second = withBootLoader();
     first.productName = "First Bench";
     second.productName = "Second Bench";
-    ServedBoard one(first, emulatorPath(1));
-    leaveStaleSocket(emulatorPath(2));
-    ServedBoard three(second, emulatorPath(3));
-    ASSERT_TRUE(one.started() && three.started());
+    // 10 after 2: the numbers' order, not the names'.
+    ServedBoard two(first, emulatorPath(2));
+    leaveStaleSocket(emulatorPath(3));
+    ServedBoard ten(second, emulatorPath(10));
+    ASSERT_TRUE(two.started() && ten.started());
 
     Outcome list = runTool("list");
     EXPECT_EQ(list.exitCode, 0) << list.text;
     EXPECT_TRUE(contains(list, "Running emulators:")) << list.text;
-    EXPECT_FALSE(contains(list, emulatorPath(2))) << list.text;
-    size_t firstRow = list.text.find(emulatorPath(1));
-    size_t secondRow = list.text.find(emulatorPath(3));
+    EXPECT_FALSE(contains(list, emulatorPath(3))) << list.text;
+    size_t firstRow = list.text.find(emulatorPath(2));
+    size_t secondRow = list.text.find(emulatorPath(10));
     ASSERT_NE(firstRow, std::string::npos) << list.text;
     ASSERT_NE(secondRow, std::string::npos) << list.text;
     EXPECT_LT(firstRow, secondRow);
@@ -107,9 +107,7 @@ TEST(ToolBoards, AllRunsEveryBoardSideBySideAndReportsTheFaultyOne) {
     double elapsed =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
     EXPECT_EQ(json.exitCode, 65) << json.text;
-    std::vector<nlohmann::json> events;
-    for (const std::string &line : lines(json.text))
-        events.push_back(nlohmann::json::parse(line)); // throws on a line that is not JSON
+    std::vector<nlohmann::json> events = jsonLines(json.text);
     ASSERT_GE(events.size(), 2u);
     // One result event per board, then the summary and the process's own.
     EXPECT_EQ(std::count_if(events.begin(), events.end(),
