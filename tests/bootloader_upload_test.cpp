@@ -7,6 +7,7 @@
 #include "bootloader/file_table.h"
 #include "bootloader/ole_date.h"
 #include "support/commands.h"
+#include "support/sample_bytes.h"
 #include "support/scripted_board.h"
 
 #include <gtest/gtest.h>
@@ -125,13 +126,6 @@ bootloader::FileDescriptor withSectors(uint16_t start, uint16_t end, uint32_t ty
     return {type, 0, start, end, 0, 0, {}, 0.0, 0.0};
 }
 
-Bytes sample(size_t length) {
-    Bytes data(length);
-    for (size_t i = 0; i < length; ++i)
-        data[i] = static_cast<uint8_t>(i * 13 + 5);
-    return data;
-}
-
 class BootTable : public BothModesTest {};
 } // namespace
 
@@ -242,7 +236,7 @@ TEST_P(BootTable, TableReadTwiceThenGivenUp) {
 
 TEST_P(BootTable, FilesGoInNumberedPackets) {
     scripted.peer.respond([](const Bytes &, const SpiTransfer &) { return bootReply(0x31); });
-    Bytes file = sample(1001);
+    Bytes file = sampleBytes(1001, 5);
     progress.clear();
     EXPECT_EQ(XMOSBoot_SendFile(3, file.data(), 1001, 25, 80, recordProgress, context), 1);
     EXPECT_EQ(progress, (std::vector<int32_t>{25, 39, 53, 80}));
@@ -290,7 +284,7 @@ TEST(BootUpload, NewAllocationAndTypeThenEverythingInOrder) {
     ScriptedBoard scripted(true);
     ASSERT_TRUE(scripted.opened());
     WillingBootLoader bootLoader;
-    Bytes data = sample(601);
+    Bytes data = sampleBytes(601, 5);
     // The board sums what it got: the odd last byte never travels.
     bootLoader.checksum = bootloader::byteSum(data.data(), 600);
     scripted.peer.respond(bootLoader);
@@ -348,7 +342,7 @@ TEST(BootUpload, BootFileSkipsTheTableAndItsHeader) {
     ASSERT_TRUE(scripted.opened());
     WillingBootLoader bootLoader; // reports checksum 0: asked twice, compared with 0
     scripted.peer.respond(bootLoader);
-    Bytes data = sample(200);
+    Bytes data = sampleBytes(200, 5);
     progress.clear();
     EXPECT_EQ(
         BootLoader_Send(31415, 0, 0, 0, nullptr, data.data(), 200, 1, recordProgress, context), 1);
@@ -372,7 +366,7 @@ TEST(BootUpload, EarlyStopsWithTheirCodes) {
     WillingBootLoader bootLoader;
     bootLoader.refuse = 0x30;
     scripted.peer.respond(bootLoader);
-    Bytes data = sample(10);
+    Bytes data = sampleBytes(10, 5);
     fileTable[5] = withSectors(16, 17);
     progress.clear();
 
