@@ -3,19 +3,9 @@
 #include "xdsp/xdsp.h"
 
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 
 using namespace xdsp;
 using namespace tooltest;
-
-namespace {
-std::vector<nlohmann::json> jsonLines(const std::string &text) {
-    std::vector<nlohmann::json> events;
-    for (const std::string &line : lines(text))
-        events.push_back(nlohmann::json::parse(line)); // throws on a line that is not JSON
-    return events;
-}
-} // namespace
 
 TEST(ToolOutput, TerminalRedrawsTheBarInPlaceOnlyWhenItChanges) {
     ServedBoard served(withBootLoader());

@@ -141,4 +141,11 @@ std::vector<std::string> lines(const std::string &text) {
     return result;
 }
 
+std::vector<nlohmann::json> jsonLines(const std::string &text) {
+    std::vector<nlohmann::json> parsed;
+    for (const std::string &line : lines(text))
+        parsed.push_back(nlohmann::json::parse(line));
+    return parsed;
+}
+
 } // namespace tooltest

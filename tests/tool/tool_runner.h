@@ -5,6 +5,8 @@
 #include "board.h"
 #include "virtual_device_server.h"
 
+#include <nlohmann/json.hpp>
+
 #include <string>
 #include <vector>
 
@@ -60,5 +62,7 @@ xdsp::emu::BoardOptions withBootLoader();
 std::vector<uint8_t> contentsOf(const std::string &path);
 bool contains(const Outcome &outcome, const std::string &text);
 std::vector<std::string> lines(const std::string &text);
+// Each line parsed as JSON; throws on a line that is not.
+std::vector<nlohmann::json> jsonLines(const std::string &text);
 
 } // namespace tooltest

@@ -74,19 +74,27 @@ TEST(Tool, StatPrintsTheBootLoaderRecord) {
     EXPECT_TRUE(contains(stat, " 4  00200000     2097152  flash bytes")) << stat.text;
 }
 
-TEST(Tool, UploadedFileShowsInTheListing) {
+// The board keeps names in 8 bits, Latin-1: "café" comes back whole, a
+// character beyond Latin-1 as '?'.
+TEST(Tool, UploadedFilesShowInTheListingWithTheirNames) {
     ServedBoard served(withBootLoader());
     ASSERT_TRUE(served.started());
     TestFile file(1001, 7); // odd: the tool pads it
-    Outcome upload = served.run("upload " + file.path() + " -f 3 -n bench.bin");
+    Outcome upload = served.run("upload " + file.path() + " -f 3 -n 'caf\xC3\xA9'");
     EXPECT_EQ(upload.exitCode, 0) << upload.text;
     EXPECT_TRUE(contains(upload, "padded with a zero byte")) << upload.text;
     EXPECT_TRUE(contains(upload, "Uploaded 1002 bytes as file 3")) << upload.text;
+    EXPECT_EQ(
+        served.run("upload " + file.path() + " -f 2 -n '\xE6\x97\xA5\xE6\x9C\xAC x'").exitCode, 0);
 
     Outcome ls = served.run("ls");
     EXPECT_EQ(ls.exitCode, 0) << ls.text;
     EXPECT_TRUE(contains(ls, " 3  Data  00010000  00011000")) << ls.text;
-    EXPECT_TRUE(contains(ls, "bench.bin")) << ls.text;
+    EXPECT_TRUE(contains(ls, "  caf\xC3\xA9\n")) << ls.text;
+    EXPECT_TRUE(contains(ls, "  ?? x\n")) << ls.text;
+
+    Outcome json = served.run("--json ls", Capture::outputOnly);
+    EXPECT_TRUE(contains(json, "\"name\":\"caf\xC3\xA9\"")) << json.text;
 }
 
 TEST(Tool, AudioCommandsReachTheFirmware) {
@@ -122,24 +130,6 @@ TEST(Tool, BuiltInEmulatorRunsTheAudioFirmwareForAudio) {
     EXPECT_EQ(file.exitCode, 0) << file.text;
     EXPECT_TRUE(contains(file, "Using the built-in emulator")) << file.text;
     EXPECT_TRUE(contains(file, "File 2: Studio B")) << file.text;
-}
-
-// The board keeps names in 8 bits, Latin-1: "café" comes back whole, a
-// character beyond Latin-1 as '?'.
-TEST(Tool, NamesOutsideAsciiSurviveUploadAndLs) {
-    ServedBoard served(withBootLoader());
-    ASSERT_TRUE(served.started());
-    TestFile file(1000, 5);
-    EXPECT_EQ(served.run("upload " + file.path() + " -f 1 -n 'caf\xC3\xA9'").exitCode, 0);
-    EXPECT_EQ(
-        served.run("upload " + file.path() + " -f 2 -n '\xE6\x97\xA5\xE6\x9C\xAC x'").exitCode, 0);
-    Outcome ls = served.run("ls");
-    EXPECT_EQ(ls.exitCode, 0) << ls.text;
-    EXPECT_TRUE(contains(ls, "  caf\xC3\xA9\n")) << ls.text;
-    EXPECT_TRUE(contains(ls, "  ?? x\n")) << ls.text;
-
-    Outcome json = served.run("--json ls", Capture::outputOnly);
-    EXPECT_TRUE(contains(json, "\"name\":\"caf\xC3\xA9\"")) << json.text;
 }
 
 TEST(ToolExitCodes, BadArgumentsFailBeforeTheBoardIsOpened) {
