@@ -161,4 +161,8 @@ TEST(ToolBoards, BuiltInEmulatorKeepsItsFlashUntilReset) {
     EXPECT_TRUE(contains(reset, "Cleared the built-in emulator's flash")) << reset.text;
     Outcome empty = runTool("--emulator ls");
     EXPECT_TRUE(contains(empty, "No files.")) << empty.text;
+
+    // It runs the audio firmware too.
+    Outcome audio = runTool("--emulator audio file 2");
+    EXPECT_TRUE(contains(audio, "File 2: Studio B")) << audio.text;
 }

@@ -125,13 +125,6 @@ TEST(Tool, AudioCommandsReachTheFirmware) {
     EXPECT_TRUE(contains(echo, "Echo of 400 bytes matches")) << echo.text;
 }
 
-TEST(Tool, BuiltInEmulatorRunsTheAudioFirmwareForAudio) {
-    Outcome file = runTool("--emulator audio file 2");
-    EXPECT_EQ(file.exitCode, 0) << file.text;
-    EXPECT_TRUE(contains(file, "Using the built-in emulator")) << file.text;
-    EXPECT_TRUE(contains(file, "File 2: Studio B")) << file.text;
-}
-
 TEST(ToolExitCodes, BadArgumentsFailBeforeTheBoardIsOpened) {
     ServedBoard served;
     ASSERT_TRUE(served.started());
