@@ -41,9 +41,7 @@ TEST(ToolBoards, ListShowsRunningEmulatorsAndIndexChoosesOne) {
     ServedBoard ten(second, emulatorPath(10));
     ASSERT_TRUE(two.started() && ten.started());
 
-    Outcome list = runTool("list");
-    EXPECT_EQ(list.exitCode, 0) << list.text;
-    EXPECT_TRUE(contains(list, "Running emulators:")) << list.text;
+    Outcome list = expectRun(runTool("list"), 0, {"Running emulators:"});
     EXPECT_FALSE(contains(list, emulatorPath(3))) << list.text;
     size_t firstRow = list.text.find(emulatorPath(2));
     size_t secondRow = list.text.find(emulatorPath(10));
@@ -57,9 +55,7 @@ TEST(ToolBoards, ListShowsRunningEmulatorsAndIndexChoosesOne) {
     std::string index = contains(list, "No board attached") ? "1" : "";
     if (index.empty())
         GTEST_SKIP() << "boards are attached; their number sets the emulators' index";
-    Outcome chosen = runTool("info --index " + index);
-    EXPECT_EQ(chosen.exitCode, 0) << chosen.text;
-    EXPECT_TRUE(contains(chosen, "Product: Second Bench")) << chosen.text;
+    expectRun(runTool("info --index " + index), 0, {"Product: Second Bench"});
     EXPECT_EQ(runTool("info --index 7").exitCode, 69);
 }
 
@@ -79,15 +75,12 @@ TEST(ToolBoards, AllRunsEveryBoardSideBySideAndReportsTheFaultyOne) {
     ASSERT_TRUE(one.started() && two.started() && three.started());
     TestFile file(4000, 9);
 
-    Outcome upload = runTool("-v upload " + file.path() + " -f 0 --all");
-    EXPECT_EQ(upload.exitCode, 65) << upload.text;
-    EXPECT_TRUE(contains(upload, "[" + emulatorPath(1) + "] Uploaded 4000 bytes")) << upload.text;
-    EXPECT_TRUE(contains(upload, "[" + emulatorPath(2) + "] xdsp: checksum differs"))
-        << upload.text;
-    for (unsigned board = 1; board <= 3; ++board)
-        EXPECT_TRUE(contains(upload, "[" + emulatorPath(board) + "] HID: ProductName: Bench " +
-                                         std::to_string(board)))
-            << upload.text;
+    Outcome upload = expectRun(runTool("-v upload " + file.path() + " -f 0 --all"), 65,
+                               {"[" + emulatorPath(1) + "] Uploaded 4000 bytes",
+                                "[" + emulatorPath(2) + "] xdsp: checksum differs",
+                                "[" + emulatorPath(1) + "] HID: ProductName: Bench 1",
+                                "[" + emulatorPath(2) + "] HID: ProductName: Bench 2",
+                                "[" + emulatorPath(3) + "] HID: ProductName: Bench 3"});
     EXPECT_FALSE(contains(upload, "[" + emulatorPath(1) + "] HID: ProductName: Bench 2"));
     std::vector<std::string> rows;
     for (const std::string &line : lines(upload.text))
@@ -135,9 +128,8 @@ TEST(ToolBoards, IfChangedSendsNothingForTheSameFile) {
     uint32_t sent = served.dataPackets();
     EXPECT_GT(sent, 0u);
 
-    Outcome again = served.run("upload " + file.path() + " -f 6 --if-changed");
-    EXPECT_EQ(again.exitCode, 0) << again.text;
-    EXPECT_TRUE(contains(again, "file 6 unchanged, skipped")) << again.text;
+    expectRun(served.run("upload " + file.path() + " -f 6 --if-changed"), 0,
+              {"file 6 unchanged, skipped"});
     EXPECT_EQ(served.dataPackets(), sent);
 
     // Same length, other bytes; and the same bytes at another index.
@@ -150,15 +142,12 @@ TEST(ToolBoards, IfChangedSendsNothingForTheSameFile) {
 
 TEST(ToolBoards, BuiltInEmulatorKeepsItsFlashUntilReset) {
     TestFile file(1500, 3);
-    Outcome upload = runTool("--emulator upload " + file.path() + " -f 5 -n kept.bin");
-    EXPECT_EQ(upload.exitCode, 0) << upload.text;
-    EXPECT_TRUE(contains(upload, "Using the built-in emulator")) << upload.text;
+    expectRun(runTool("--emulator upload " + file.path() + " -f 5 -n kept.bin"), 0,
+              {"Using the built-in emulator"});
     Outcome ls = runTool("ls --emulator");
     EXPECT_TRUE(contains(ls, "kept.bin")) << ls.text;
 
-    Outcome reset = runTool("emu --reset-flash");
-    EXPECT_EQ(reset.exitCode, 0) << reset.text;
-    EXPECT_TRUE(contains(reset, "Cleared the built-in emulator's flash")) << reset.text;
+    expectRun(runTool("emu --reset-flash"), 0, {"Cleared the built-in emulator's flash"});
     Outcome empty = runTool("--emulator ls");
     EXPECT_TRUE(contains(empty, "No files.")) << empty.text;
 

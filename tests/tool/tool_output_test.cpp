@@ -60,10 +60,9 @@ TEST(ToolOutput, PipeGetsPlainLinesAndQuietOnlyTheResult) {
     EXPECT_EQ(lastPercent, 100);
     EXPECT_TRUE(rateKnown) << upload.text;
 
-    Outcome quiet = served.run("--quiet upload " + file.path() + " -f 2");
-    EXPECT_EQ(quiet.exitCode, 0) << quiet.text;
+    Outcome quiet = expectRun(served.run("--quiet upload " + file.path() + " -f 2"), 0,
+                              {"Uploaded 12000 bytes as file 2"});
     EXPECT_EQ(lines(quiet.text).size(), 1u) << quiet.text;
-    EXPECT_TRUE(contains(quiet, "Uploaded 12000 bytes as file 2")) << quiet.text;
 }
 
 TEST(ToolOutput, JsonLinesAgreeWithWhatTheLibraryReports) {

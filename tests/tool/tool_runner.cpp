@@ -2,6 +2,8 @@
 
 #include "bootloader/boot_loader.h"
 
+#include <gtest/gtest.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -131,6 +133,13 @@ std::vector<uint8_t> contentsOf(const std::string &path) {
 
 bool contains(const Outcome &outcome, const std::string &text) {
     return outcome.text.find(text) != std::string::npos;
+}
+
+Outcome expectRun(Outcome outcome, int exitCode, std::initializer_list<std::string> texts) {
+    EXPECT_EQ(outcome.exitCode, exitCode) << outcome.text;
+    for (const std::string &text : texts)
+        EXPECT_TRUE(contains(outcome, text)) << "no \"" << text << "\" in:\n" << outcome.text;
+    return outcome;
 }
 
 std::vector<std::string> lines(const std::string &text) {

@@ -7,6 +7,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -61,6 +62,9 @@ class ServedBoard {
 xdsp::emu::BoardOptions withBootLoader();
 std::vector<uint8_t> contentsOf(const std::string &path);
 bool contains(const Outcome &outcome, const std::string &text);
+// Checks the exit code and that each text shows in the output, quoting the
+// output on a failure. Returns the outcome for further checks.
+Outcome expectRun(Outcome outcome, int exitCode, std::initializer_list<std::string> texts = {});
 std::vector<std::string> lines(const std::string &text);
 // Each line parsed as JSON; throws on a line that is not.
 std::vector<nlohmann::json> jsonLines(const std::string &text);

@@ -21,20 +21,10 @@ TEST(Tool, InfoGpioAndAdcShowWhatTheBoardReports) {
     ASSERT_TRUE(served.started());
     served.board().setAdcReading(2, 0x3FFF);
 
-    Outcome info = served.run("info");
-    EXPECT_EQ(info.exitCode, 0) << info.text;
-    EXPECT_TRUE(contains(info, "Product: Bench Board 7")) << info.text;
-
-    Outcome gpio = served.run("gpio --set 0xBEEF");
-    EXPECT_EQ(gpio.exitCode, 0) << gpio.text;
-    EXPECT_TRUE(contains(gpio, "GPIO inputs:  0x5A3C")) << gpio.text;
+    expectRun(served.run("info"), 0, {"Product: Bench Board 7"});
+    expectRun(served.run("gpio --set 0xBEEF"), 0, {"GPIO inputs:  0x5A3C"});
     EXPECT_EQ(served.board().gpioOutputs(), 0xBEEF);
-
-    Outcome adc = served.run("adc");
-    EXPECT_EQ(adc.exitCode, 0) << adc.text;
-    EXPECT_TRUE(contains(adc, "ADC 0:   256")) << adc.text;
-    EXPECT_TRUE(contains(adc, "ADC 2: 16383")) << adc.text;
-    EXPECT_TRUE(contains(adc, "ADC 3:  1024")) << adc.text;
+    expectRun(served.run("adc"), 0, {"ADC 0:   256", "ADC 2: 16383", "ADC 3:  1024"});
     EXPECT_FALSE(served.board().adcSampling()); // switched off again
 }
 
@@ -53,13 +43,11 @@ TEST(Tool, FlashReadDumpsAcrossChunks) {
     ASSERT_TRUE(WriteFLASH(0x2F0, 0, data + 256, 44));
     DestroyHIDUSBPacket();
 
-    Outcome dump = served.run("flash read 1F0 300");
-    EXPECT_EQ(dump.exitCode, 0) << dump.text;
-    EXPECT_TRUE(contains(dump, "000001F0  00 01 02 03 04 05 06 07 08 09 0A 0B 0C 0D 0E 0F  |"))
-        << dump.text;
-    // The second read's first bytes, and the short last line.
-    EXPECT_TRUE(contains(dump, "000002F0  00 01 02 03")) << dump.text;
-    EXPECT_TRUE(contains(dump, "00000310  20 21 22 23 24 25 26 27 28 29 2A 2B")) << dump.text;
+    // The first line, the second read's first bytes, and the short last line.
+    Outcome dump =
+        expectRun(served.run("flash read 1F0 300"), 0,
+                  {"000001F0  00 01 02 03 04 05 06 07 08 09 0A 0B 0C 0D 0E 0F  |",
+                   "000002F0  00 01 02 03", "00000310  20 21 22 23 24 25 26 27 28 29 2A 2B"});
     EXPECT_FALSE(contains(dump, "00000320")) << dump.text;
 }
 
@@ -68,10 +56,9 @@ TEST(Tool, StatPrintsTheBootLoaderRecord) {
     options.bootLoader->version = 0x123;
     ServedBoard served(options);
     ASSERT_TRUE(served.started());
-    Outcome stat = served.run("stat");
-    EXPECT_EQ(stat.exitCode, 0) << stat.text;
-    EXPECT_TRUE(contains(stat, " 0  00000123         291  boot-loader version")) << stat.text;
-    EXPECT_TRUE(contains(stat, " 4  00200000     2097152  flash bytes")) << stat.text;
+    expectRun(
+        served.run("stat"), 0,
+        {" 0  00000123         291  boot-loader version", " 4  00200000     2097152  flash bytes"});
 }
 
 // The board keeps names in 8 bits, Latin-1: "café" comes back whole, a
@@ -80,18 +67,12 @@ TEST(Tool, UploadedFilesShowInTheListingWithTheirNames) {
     ServedBoard served(withBootLoader());
     ASSERT_TRUE(served.started());
     TestFile file(1001, 7); // odd: the tool pads it
-    Outcome upload = served.run("upload " + file.path() + " -f 3 -n 'caf\xC3\xA9'");
-    EXPECT_EQ(upload.exitCode, 0) << upload.text;
-    EXPECT_TRUE(contains(upload, "padded with a zero byte")) << upload.text;
-    EXPECT_TRUE(contains(upload, "Uploaded 1002 bytes as file 3")) << upload.text;
+    expectRun(served.run("upload " + file.path() + " -f 3 -n 'caf\xC3\xA9'"), 0,
+              {"padded with a zero byte", "Uploaded 1002 bytes as file 3"});
     EXPECT_EQ(
         served.run("upload " + file.path() + " -f 2 -n '\xE6\x97\xA5\xE6\x9C\xAC x'").exitCode, 0);
 
-    Outcome ls = served.run("ls");
-    EXPECT_EQ(ls.exitCode, 0) << ls.text;
-    EXPECT_TRUE(contains(ls, " 3  Data  00010000  00011000")) << ls.text;
-    EXPECT_TRUE(contains(ls, "  caf\xC3\xA9\n")) << ls.text;
-    EXPECT_TRUE(contains(ls, "  ?? x\n")) << ls.text;
+    expectRun(served.run("ls"), 0, {" 3  Data  00010000  00011000", "  caf\xC3\xA9\n", "  ?? x\n"});
 
     Outcome json = served.run("--json ls", Capture::outputOnly);
     EXPECT_TRUE(contains(json, "\"name\":\"caf\xC3\xA9\"")) << json.text;
@@ -105,24 +86,18 @@ TEST(Tool, AudioCommandsReachTheFirmware) {
     ServedBoard served(options);
     ASSERT_TRUE(served.started());
 
-    Outcome mute = served.run("audio mute on");
-    EXPECT_EQ(mute.exitCode, 0) << mute.text;
-    EXPECT_TRUE(contains(mute, "Mute on (the firmware answers 1)")) << mute.text;
+    expectRun(served.run("audio mute on"), 0, {"Mute on (the firmware answers 1)"});
     Outcome source = served.run("audio source 3");
     EXPECT_TRUE(contains(source, "Source 3 (the firmware answers 3)")) << source.text;
 
-    Outcome file = served.run("audio file 1");
-    EXPECT_EQ(file.exitCode, 0) << file.text;
-    EXPECT_TRUE(contains(file, "File 1: Concert Hall")) << file.text;
-    EXPECT_TRUE(contains(file, "Created:  2023-12-25 08:00:00")) << file.text;
-    EXPECT_TRUE(contains(file, "Modified: 2024-03-01 13:05:09")) << file.text;
+    expectRun(
+        served.run("audio file 1"), 0,
+        {"File 1: Concert Hall", "Created:  2023-12-25 08:00:00", "Modified: 2024-03-01 13:05:09"});
     EXPECT_EQ(served.run("audio file 9").exitCode, 76);
 
     // The first echo comes back with one byte spoilt, the next one whole.
     EXPECT_EQ(served.run("audio echo 400").exitCode, 76);
-    Outcome echo = served.run("audio echo 400");
-    EXPECT_EQ(echo.exitCode, 0) << echo.text;
-    EXPECT_TRUE(contains(echo, "Echo of 400 bytes matches")) << echo.text;
+    expectRun(served.run("audio echo 400"), 0, {"Echo of 400 bytes matches"});
 }
 
 TEST(ToolExitCodes, BadArgumentsFailBeforeTheBoardIsOpened) {
@@ -151,44 +126,32 @@ TEST(ToolExitCodes, NoBoardMeansNoBoard) {
     Outcome quiet = runTool("-q upload " + file.path() + " -f 2", Capture::outputOnly);
     EXPECT_EQ(quiet.exitCode, 69);
     EXPECT_EQ(quiet.text, "");
-    Outcome said = runTool("upload " + file.path() + " -f 2", Capture::errorsOnly);
-    EXPECT_EQ(said.exitCode, 69);
-    EXPECT_TRUE(contains(said, "xdsp: no board attached; add --emulator")) << said.text;
-    Outcome json = runTool("--json info", Capture::outputOnly);
-    EXPECT_EQ(json.exitCode, 69);
-    EXPECT_TRUE(contains(json, "\"text\":\"no board attached\"")) << json.text;
+    expectRun(runTool("upload " + file.path() + " -f 2", Capture::errorsOnly), 69,
+              {"xdsp: no board attached; add --emulator"});
+    Outcome json = expectRun(runTool("--json info", Capture::outputOnly), 69,
+                             {"\"text\":\"no board attached\""});
     EXPECT_FALSE(contains(json, "\"board\":\"built-in emulator\"")) << json.text;
 }
 
 TEST(ToolExitCodes, EachFailureHasItsCodeAndWords) {
     ServedBoard served(withBootLoader());
     ASSERT_TRUE(served.started());
-    Outcome help = runTool("--help", Capture::outputOnly);
-    EXPECT_EQ(help.exitCode, 0);
-    EXPECT_TRUE(contains(help, "77  permission denied")) << help.text;
-
-    Outcome missing = served.run("upload /no/such/file -f 1", Capture::errorsOnly);
-    EXPECT_EQ(missing.exitCode, 66);
-    EXPECT_TRUE(contains(missing, "cannot read /no/such/file")) << missing.text;
+    expectRun(runTool("--help", Capture::outputOnly), 0, {"77  permission denied"});
+    expectRun(served.run("upload /no/such/file -f 1", Capture::errorsOnly), 66,
+              {"cannot read /no/such/file"});
 
     Outcome absent = runTool("info -d /tmp/b.sock-none", Capture::errorsOnly);
     EXPECT_EQ(absent.exitCode, 69);
     EXPECT_EQ(absent.text, "xdsp: no board answered at /tmp/b.sock-none (error 2)\n");
 
-    Outcome past = served.run("flash read 0x000FFF00 512", Capture::errorsOnly);
-    EXPECT_EQ(past.exitCode, 74);
-    EXPECT_TRUE(contains(past, "cannot read the flash at 0x00100000")) << past.text;
-    EXPECT_TRUE(contains(past, "(error 1359)")) << past.text;
-
-    Outcome cannotServe = runTool("emu /no/such/folder/x.sock", Capture::errorsOnly);
-    EXPECT_EQ(cannotServe.exitCode, 70) << cannotServe.text;
+    expectRun(served.run("flash read 0x000FFF00 512", Capture::errorsOnly), 74,
+              {"cannot read the flash at 0x00100000", "(error 1359)"});
+    expectRun(runTool("emu /no/such/folder/x.sock", Capture::errorsOnly), 70);
 
     ServedBoard loopback; // no boot loader behind the SPI bus
     ASSERT_TRUE(loopback.started());
-    Outcome protocol = loopback.run("ls", Capture::errorsOnly);
-    EXPECT_EQ(protocol.exitCode, 76);
-    EXPECT_TRUE(contains(protocol, "the boot loader on " + loopback.path() + " did not answer"))
-        << protocol.text;
+    expectRun(loopback.run("ls", Capture::errorsOnly), 76,
+              {"the boot loader on " + loopback.path() + " did not answer"});
 }
 
 TEST(ToolExitCodes, ChecksumMismatchNamesBothSums) {
