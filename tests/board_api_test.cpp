@@ -28,17 +28,10 @@ using namespace xdsp::test;
 namespace {
 constexpr uint32_t sectorBytes = 4096;
 
-emu::BoardOptions withBootLoader(std::string productName = "XDSP Virtual Board") {
-    emu::BoardOptions options;
-    options.productName = std::move(productName);
-    options.bootLoader = emu::BootLoaderOptions{};
-    return options;
-}
-
 // An emulated board opened through the board API, with the lines it logged.
 class HandleBoard {
   public:
-    explicit HandleBoard(emu::BoardOptions options = withBootLoader())
+    explicit HandleBoard(emu::BoardOptions options = boardWithBootLoader())
         : emulated(std::move(options)) {
         xdsp_board_options open{};
         open.log = &HandleBoard::onLine;
@@ -87,6 +80,13 @@ xdsp_upload uploadOf(const std::vector<uint8_t> &data, int32_t index, const char
     return upload;
 }
 
+// Progress that marks the upload as under way once data has gone out.
+int markSending(size_t sent, size_t, void *user) {
+    if (sent > 0 && user != nullptr)
+        static_cast<std::atomic<bool> *>(user)->store(true);
+    return 0;
+}
+
 // The emulated boot loader's view of one file.
 emu::FileEntry boardEntry(EmulatedBoard &emulated, unsigned index) {
     emu::FileEntry entry;
@@ -98,8 +98,8 @@ emu::FileEntry boardEntry(EmulatedBoard &emulated, unsigned index) {
 
 TEST(BoardApi, BoardsOpenSideBySideEachWithItsOwnStateAndLog) {
     Capture processSinks;
-    HandleBoard first(withBootLoader("First Board"));
-    HandleBoard second(withBootLoader("Second Board"));
+    HandleBoard first(boardWithBootLoader({}, "First Board"));
+    HandleBoard second(boardWithBootLoader({}, "Second Board"));
     ASSERT_EQ(first.openStatus, XDSP_STATUS_OK);
     ASSERT_EQ(second.openStatus, XDSP_STATUS_OK);
 
@@ -262,12 +262,7 @@ TEST(BoardApi, UploadsOnEightBoardsAtOnceSurviveOneBoardPulled) {
         threads.emplace_back([&, i] {
             std::string name = "file-" + std::to_string(i);
             xdsp_upload upload = uploadOf(files[i], static_cast<int32_t>(i % 15), name.c_str());
-            auto progress = [](size_t sent, size_t, void *user) {
-                if (sent > 0 && user != nullptr)
-                    static_cast<std::atomic<bool> *>(user)->store(true);
-                return 0;
-            };
-            statuses[i] = xdsp_board_upload(opened[i]->handle, &upload, progress,
+            statuses[i] = xdsp_board_upload(opened[i]->handle, &upload, markSending,
                                             i == pulled ? &pulledStarted : nullptr);
         });
     ASSERT_TRUE(eventually([&] { return pulledStarted.load(); }, 20000));
@@ -354,16 +349,11 @@ TEST(BoardApi, CloseCancelsTheUploadInProgressAndTurnsAwayWaitingCalls) {
     std::vector<uint8_t> data = sampleBytes(64 * 1024, 3);
     xdsp_upload upload = uploadOf(data, 1, "long");
     std::atomic<bool> sending{false};
-    auto progress = [](size_t sent, size_t, void *user) {
-        if (sent > 0)
-            static_cast<std::atomic<bool> *>(user)->store(true);
-        return 0;
-    };
     int uploadStatus = XDSP_STATUS_SYSTEM;
     int waitingStatus = XDSP_STATUS_SYSTEM;
     xdsp_board *handle = board->handle;
     std::thread uploading(
-        [&] { uploadStatus = xdsp_board_upload(handle, &upload, progress, &sending); });
+        [&] { uploadStatus = xdsp_board_upload(handle, &upload, markSending, &sending); });
     ASSERT_TRUE(eventually([&] { return sending.load(); }, 20000));
     std::thread waiting([&] {
         uint16_t pins = 0;

@@ -18,12 +18,6 @@ using namespace xdsp;
 using namespace xdsp::test;
 
 namespace {
-emu::BoardOptions withBootLoader(emu::BootLoaderOptions bootLoader = {}) {
-    emu::BoardOptions options;
-    options.bootLoader = std::move(bootLoader);
-    return options;
-}
-
 // The command codes the boot loader heard, in order.
 std::vector<uint8_t> heardCodes(EmulatedBoard &emulated) {
     std::vector<uint8_t> codes;
@@ -66,7 +60,7 @@ constexpr double oneSecond = 1.0 / 86400;
 class EmulatedBootLoader : public ::testing::TestWithParam<bool> {
   protected:
     void open(emu::BootLoaderOptions options = {}) {
-        emulated_ = std::make_unique<EmulatedBoard>(withBootLoader(std::move(options)));
+        emulated_ = std::make_unique<EmulatedBoard>(boardWithBootLoader(std::move(options)));
         ASSERT_TRUE(emulated_->openAndSettle(capture));
         XMOSSPI_SetReadPrefix(GetParam() ? 1 : 0);
         capture.clear();
@@ -184,7 +178,7 @@ TEST(EmulatedBootLoaderAlone, NoMemoryChipStopsTheInit) {
     emu::BootLoaderOptions options;
     options.memoryId = {0xBF, 0x25, 0xFF, 0x01};
     Capture capture;
-    EmulatedBoard emulated(withBootLoader(options));
+    EmulatedBoard emulated(boardWithBootLoader(options));
     ASSERT_TRUE(emulated.openAndSettle(capture));
     EXPECT_EQ(BootLoader_Init(2, 2), 0);
     EXPECT_EQ(BootLoader_GetMemory(), 0u);
