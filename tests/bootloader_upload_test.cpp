@@ -127,6 +127,18 @@ bootloader::FileDescriptor withSectors(uint16_t start, uint16_t end, uint32_t ty
 }
 
 class BootTable : public BothModesTest {};
+
+// An upload against a willing boot loader, in read-prefix mode unless the case
+// switches it off.
+class BootUpload : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        ASSERT_TRUE(scripted.opened());
+        progress.clear();
+    }
+    ScriptedBoard scripted{true};
+    WillingBootLoader bootLoader;
+};
 } // namespace
 
 TEST_P(BootTable, RecordsPresentAbsentErasedAndGarbled) {
@@ -280,16 +292,12 @@ TEST_P(BootTable, FilesGoInNumberedPackets) {
 
 INSTANTIATE_TEST_SUITE_P(BothModes, BootTable, ::testing::Bool(), modeName);
 
-TEST(BootUpload, NewAllocationAndTypeThenEverythingInOrder) {
-    ScriptedBoard scripted(true);
-    ASSERT_TRUE(scripted.opened());
-    WillingBootLoader bootLoader;
+TEST_F(BootUpload, NewAllocationAndTypeThenEverythingInOrder) {
     Bytes data = sampleBytes(601, 5);
     // The board sums what it got: the odd last byte never travels.
     bootLoader.checksum = bootloader::byteSum(data.data(), 600);
     scripted.peer.respond(bootLoader);
     fileTable[2] = withSectors(16, 18);
-    progress.clear();
 
     EXPECT_EQ(BootLoader_Send(2, 1, 0x20000, 0x28000, WIDE("app.ldr"), data.data(), 601, 1,
                               recordProgress, context),
@@ -310,15 +318,12 @@ TEST(BootUpload, NewAllocationAndTypeThenEverythingInOrder) {
     EXPECT_EQ(fileTable[2].creationDate, fileTable[2].modificationDate);
 }
 
-TEST(BootUpload, UnchangedEntryCloseFailureAndChecksumMismatchGoOn) {
-    ScriptedBoard scripted(false);
-    ASSERT_TRUE(scripted.opened());
-    WillingBootLoader bootLoader;
+TEST_F(BootUpload, UnchangedEntryCloseFailureAndChecksumMismatchGoOn) {
+    XMOSSPI_SetReadPrefix(0);
     bootLoader.checksum = 0x1234;
     bootLoader.refuse = 0x32;
     scripted.peer.respond(bootLoader);
     fileTable[0] = withSectors(16, 20, 3);
-    progress.clear();
 
     // After a mismatch the sum is taken once more without the last byte: the
     // message shows that second sum, "abc".
@@ -337,13 +342,10 @@ TEST(BootUpload, UnchangedEntryCloseFailureAndChecksumMismatchGoOn) {
     EXPECT_EQ(progress, (std::vector<int32_t>{10, 15, 20, 80, 85, 90, 95, 100}));
 }
 
-TEST(BootUpload, BootFileSkipsTheTableAndItsHeader) {
-    ScriptedBoard scripted(true);
-    ASSERT_TRUE(scripted.opened());
-    WillingBootLoader bootLoader; // reports checksum 0: asked twice, compared with 0
+TEST_F(BootUpload, BootFileSkipsTheTableAndItsHeader) {
+    // The boot loader reports checksum 0: asked twice, compared with 0.
     scripted.peer.respond(bootLoader);
     Bytes data = sampleBytes(200, 5);
-    progress.clear();
     EXPECT_EQ(
         BootLoader_Send(31415, 0, 0, 0, nullptr, data.data(), 200, 1, recordProgress, context), 1);
     EXPECT_EQ(os::lastError(), XDSP_ERROR_SUCCESS) << "under 256 bytes the library's sum is 0";
@@ -360,25 +362,20 @@ TEST(BootUpload, BootFileSkipsTheTableAndItsHeader) {
     EXPECT_TRUE(boxTexts(scripted.capture).empty());
 }
 
-TEST(BootUpload, EarlyStopsWithTheirCodes) {
-    ScriptedBoard scripted(true);
-    ASSERT_TRUE(scripted.opened());
-    WillingBootLoader bootLoader;
+TEST_F(BootUpload, EarlyStopsWithTheirCodes) {
     bootLoader.refuse = 0x30;
     scripted.peer.respond(bootLoader);
     Bytes data = sampleBytes(10, 5);
     fileTable[5] = withSectors(16, 17);
-    progress.clear();
 
     // A format that fails: code 11, its box only when asked for.
-    EXPECT_EQ(BootLoader_Send(5, 0, 16 * 4096, 17 * 4096, WIDE("f"), data.data(), 10, 0,
-                              recordProgress, context),
-              0);
-    EXPECT_EQ(os::lastError(), XDSP_ERROR_FORMAT_FAILED);
-    EXPECT_TRUE(scripted.capture.messageBoxes().empty());
-    EXPECT_EQ(BootLoader_Send(5, 0, 16 * 4096, 17 * 4096, WIDE("f"), data.data(), 10, 1,
-                              recordProgress, context),
-              0);
+    for (int32_t boxes : {0, 1}) {
+        EXPECT_EQ(BootLoader_Send(5, 0, 16 * 4096, 17 * 4096, WIDE("f"), data.data(), 10, boxes,
+                                  recordProgress, context),
+                  0);
+        EXPECT_EQ(os::lastError(), XDSP_ERROR_FORMAT_FAILED);
+        EXPECT_EQ(scripted.capture.messageBoxes().size(), static_cast<size_t>(boxes));
+    }
     EXPECT_EQ(boxTexts(scripted.capture),
               (std::vector<Text>{WIDE("Error in Format.\nCancelling Upload.")}));
     EXPECT_EQ(progress, (std::vector<int32_t>{10, 15, 10, 15}));
