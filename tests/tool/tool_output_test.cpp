@@ -9,7 +9,6 @@ using namespace tooltest;
 
 TEST(ToolOutput, TerminalRedrawsTheBarInPlaceOnlyWhenItChanges) {
     ServedBoard served(withBootLoader());
-    ASSERT_TRUE(served.started());
     TestFile file(6000, 3);
     Outcome upload = runToolOnTerminal("upload " + file.path() + " -f 1 -d " + served.path());
     EXPECT_EQ(upload.exitCode, 0) << upload.text;
@@ -35,7 +34,6 @@ TEST(ToolOutput, TerminalRedrawsTheBarInPlaceOnlyWhenItChanges) {
 // known.
 TEST(ToolOutput, PipeGetsPlainLinesAndQuietOnlyTheResult) {
     ServedBoard served(withBootLoader());
-    ASSERT_TRUE(served.started());
     TestFile file(12000, 5);
     Outcome upload = served.run("upload " + file.path() + " -f 2");
     EXPECT_EQ(upload.exitCode, 0) << upload.text;
@@ -67,7 +65,6 @@ TEST(ToolOutput, PipeGetsPlainLinesAndQuietOnlyTheResult) {
 
 TEST(ToolOutput, JsonLinesAgreeWithWhatTheLibraryReports) {
     ServedBoard served(withBootLoader());
-    ASSERT_TRUE(served.started());
     TestFile file(5000, 11);
     Outcome upload =
         served.run("upload " + file.path() + " -f 4 -n json.bin --json", Capture::outputOnly);

@@ -106,7 +106,8 @@ ServedBoard::ServedBoard(xdsp::emu::BoardOptions options, std::string path)
     static int made = 0;
     if (path_.empty())
         path_ = testFolder() + "/board-" + std::to_string(++made) + ".sock";
-    started_ = server_.start(path_);
+    // A board that cannot be served fails the case that wanted it.
+    EXPECT_TRUE(server_.start(path_)) << path_ << ": " << server_.error();
 }
 
 Outcome ServedBoard::run(const std::string &arguments, Capture capture) {

@@ -41,12 +41,12 @@ class TestFile {
     std::string path_;
 };
 
-// A board served at a fresh path (or at path) for the tool to open.
+// A board served at a fresh path (or at path) for the tool to open; a failure
+// to serve it fails the case.
 class ServedBoard {
   public:
     explicit ServedBoard(xdsp::emu::BoardOptions options = {}, std::string path = {});
     xdsp::emu::Board &board() { return board_; }
-    bool started() const { return started_; }
     const std::string &path() const { return path_; }
     Outcome run(const std::string &arguments, Capture capture = Capture::everything);
     // File data packets the boot loader heard.
@@ -56,7 +56,6 @@ class ServedBoard {
     xdsp::emu::Board board_;
     xdsp::emu::VirtualDeviceServer server_;
     std::string path_;
-    bool started_ = false;
 };
 
 xdsp::emu::BoardOptions withBootLoader();

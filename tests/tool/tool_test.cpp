@@ -18,7 +18,6 @@ TEST(Tool, InfoGpioAndAdcShowWhatTheBoardReports) {
     options.productName = "Bench Board 7";
     options.gpioInputs = 0x5A3C;
     ServedBoard served(options);
-    ASSERT_TRUE(served.started());
     served.board().setAdcReading(2, 0x3FFF);
 
     expectRun(served.run("info"), 0, {"Product: Bench Board 7"});
@@ -30,7 +29,6 @@ TEST(Tool, InfoGpioAndAdcShowWhatTheBoardReports) {
 
 TEST(Tool, FlashReadDumpsAcrossChunks) {
     ServedBoard served;
-    ASSERT_TRUE(served.started());
     // Written through the library, in the two pieces one write carries.
     uint8_t data[300];
     for (size_t i = 0; i < sizeof data; ++i)
@@ -55,7 +53,6 @@ TEST(Tool, StatPrintsTheBootLoaderRecord) {
     emu::BoardOptions options = withBootLoader();
     options.bootLoader->version = 0x123;
     ServedBoard served(options);
-    ASSERT_TRUE(served.started());
     expectRun(
         served.run("stat"), 0,
         {" 0  00000123         291  boot-loader version", " 4  00200000     2097152  flash bytes"});
@@ -65,7 +62,6 @@ TEST(Tool, StatPrintsTheBootLoaderRecord) {
 // character beyond Latin-1 as '?'.
 TEST(Tool, UploadedFilesShowInTheListingWithTheirNames) {
     ServedBoard served(withBootLoader());
-    ASSERT_TRUE(served.started());
     TestFile file(1001, 7); // odd: the tool pads it
     expectRun(served.run("upload " + file.path() + " -f 3 -n 'caf\xC3\xA9'"), 0,
               {"padded with a zero byte", "Uploaded 1002 bytes as file 3"});
@@ -84,7 +80,6 @@ TEST(Tool, AudioCommandsReachTheFirmware) {
     options.audioFirmware->faults.corruptEchoIndex = 5;
     options.audioFirmware->faults.corruptEchoReplies = 1;
     ServedBoard served(options);
-    ASSERT_TRUE(served.started());
 
     expectRun(served.run("audio mute on"), 0, {"Mute on (the firmware answers 1)"});
     Outcome source = served.run("audio source 3");
@@ -102,7 +97,6 @@ TEST(Tool, AudioCommandsReachTheFirmware) {
 
 TEST(ToolExitCodes, BadArgumentsFailBeforeTheBoardIsOpened) {
     ServedBoard served;
-    ASSERT_TRUE(served.started());
     for (const char *arguments :
          {"gpio --set 10000", "gpio --set zz", "flash read 0 0", "flash read 0 65537",
           "flash read FFFFFFFF 2", "audio mute maybe", "audio echo 401", "audio echo 3",
@@ -135,7 +129,6 @@ TEST(ToolExitCodes, NoBoardMeansNoBoard) {
 
 TEST(ToolExitCodes, EachFailureHasItsCodeAndWords) {
     ServedBoard served(withBootLoader());
-    ASSERT_TRUE(served.started());
     expectRun(runTool("--help", Capture::outputOnly), 0, {"77  permission denied"});
     expectRun(served.run("upload /no/such/file -f 1", Capture::errorsOnly), 66,
               {"cannot read /no/such/file"});
@@ -149,7 +142,6 @@ TEST(ToolExitCodes, EachFailureHasItsCodeAndWords) {
     expectRun(runTool("emu /no/such/folder/x.sock", Capture::errorsOnly), 70);
 
     ServedBoard loopback; // no boot loader behind the SPI bus
-    ASSERT_TRUE(loopback.started());
     expectRun(loopback.run("ls", Capture::errorsOnly), 76,
               {"the boot loader on " + loopback.path() + " did not answer"});
 }
@@ -158,7 +150,6 @@ TEST(ToolExitCodes, ChecksumMismatchNamesBothSums) {
     emu::BoardOptions options = withBootLoader();
     options.bootLoader->faults.wrongChecksumReplies = emu::always;
     ServedBoard served(options);
-    ASSERT_TRUE(served.started());
     TestFile file(2000, 7);
     Outcome upload = served.run("upload " + file.path() + " -f 1", Capture::errorsOnly);
     EXPECT_EQ(upload.exitCode, 65) << upload.text;
@@ -178,7 +169,6 @@ TEST(ToolExitCodes, FailedFormatSaysWhatTheBoardKept) {
     options.bootLoader->faults.unacknowledgedCode = 0x30; // format
     options.bootLoader->faults.unacknowledgedReplies = emu::always;
     ServedBoard served(options);
-    ASSERT_TRUE(served.started());
     TestFile file(3000, 3);
     Outcome upload = served.run("upload " + file.path() + " -f 2", Capture::errorsOnly);
     EXPECT_EQ(upload.exitCode, 76) << upload.text;
@@ -189,7 +179,6 @@ TEST(ToolExitCodes, FailedFormatSaysWhatTheBoardKept) {
 
 TEST(ToolExitCodes, BusyAndForbiddenBoardsSaySo) {
     ServedBoard served(withBootLoader());
-    ASSERT_TRUE(served.started());
     std::u16string path(served.path().begin(), served.path().end());
     ASSERT_TRUE(InitializeHIDUSBPacketPath(path.c_str())); // this process holds it
     Outcome busy = served.run("info", Capture::errorsOnly);
