@@ -44,7 +44,7 @@ std::string textAt(const uint8_t *block, size_t offset, size_t count) {
 }
 } // namespace
 
-TEST(BootCommandEncoding, EveryEscapeRule) {
+TEST(BootCommandEncoding, EveryEscapeRuleAndTheOutputLimit) {
     // A doubled backslash: the first stands for itself, the second starts \n.
     EXPECT_EQ(encoded(WIDE("A\\\\nB")), (Bytes{0x41, 0x5C, 0x0A, 0x42}));
     EXPECT_EQ(encoded(WIDE("\\r\\n")), (Bytes{0x0D, 0x0A}));
@@ -60,9 +60,8 @@ TEST(BootCommandEncoding, EveryEscapeRule) {
     EXPECT_EQ(encoded(WIDE("\\xF")), Bytes{0x0F});
     // Only the low 8 bits of a character travel.
     EXPECT_EQ(encoded(Text{Char16(0x0141), Char16(0x20AC)}), (Bytes{0x41, 0xAC}));
-}
 
-TEST(BootCommandEncoding, OutputStopsAt511BytesCountingDoesNot) {
+    // The output stops at 511 bytes, the count does not.
     Text text(600, Char16('A'));
     text += WIDE("\\x01");
     EXPECT_EQ(encodeBootCommand(nullptr, text.c_str()), 601u);
@@ -83,7 +82,7 @@ TEST(BootReplyDump, LongDumpIsCutAt1023Characters) {
     EXPECT_EQ(line.size(), 1023u);
 }
 
-TEST(NameDateBlock, BuiltWithFillerAndNoZeroByte) {
+TEST(NameDateBlock, BuiltWithFillerAndNoZeroByteAndReadBackWithin63Characters) {
     // The modification date's text and the travelling order show in
     // BootWire.NameAndDatesGoToTheTableFirst.
     uint8_t block[blockBytes];
@@ -106,10 +105,8 @@ TEST(NameDateBlock, BuiltWithFillerAndNoZeroByte) {
     // The longest name keeps its terminator inside the field.
     buildNameDateBlock(named(Text(70, Char16('n')), 0.0, 0.0), block);
     EXPECT_EQ(textAt(block, 0, 64), std::string(63, 'n') + "*");
-}
 
-TEST(NameDateBlock, NameFieldWithoutAZeroByteEndsInsideTheDescriptor) {
-    uint8_t block[blockBytes];
+    // Read back, a name field without a zero byte ends inside the descriptor.
     std::fill(std::begin(block), std::end(block), uint8_t{'q'});
     FileDescriptor read{};
     decodeNameDateBlock(block, &read);
@@ -136,8 +133,7 @@ TEST(BootLoaderSettings, ReadPrefixOnlyOneSwitchesOn) {
 
 TEST(FrontEndHelpers, ChecksumCases) {
     EXPECT_EQ(BootLoader_ComputeFileChecksum(reinterpret_cast<const uint8_t *>("abc"), 3), 0x0126);
-    std::vector<uint8_t> ones(65536, 0x01);
-    std::vector<uint8_t> high(256, 0xFF);
+    const std::vector<uint8_t> ones(65536, 0x01), high(256, 0xFF);
     EXPECT_EQ(BootLoader_ComputeFileChecksum(high.data(), 256), 0xFF00);
     EXPECT_EQ(BootLoader_ComputeFileChecksum(ones.data(), 65536), 0x0000);
     EXPECT_EQ(BootLoader_ComputeFileChecksum(ones.data(), 65535), 0xFFFF);

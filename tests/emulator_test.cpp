@@ -135,9 +135,6 @@ TEST_F(EmulatorServer, RefusesPathsItCannotServe) {
     EXPECT_FALSE(hugeServer.start(path));
 }
 
-} // namespace
-
-namespace {
 // One SPI transfer command as the host stages it: readLength at 23, the write
 // length at 25 and the data from 27.
 Report spiCommand(uint8_t sequence, uint16_t readLength, const Report &data) {

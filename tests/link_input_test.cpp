@@ -105,9 +105,7 @@ TEST(InputAcceptance, MagicChecksumAndSequenceGateTheDispatch) {
 
     auto good = inputReport(0xF030, 0x10);
     writeWord(good.data(), 24, 3);
-    good[28] = 1;
-    good[29] = 2;
-    good[30] = 3;
+    std::memcpy(good.data() + 28, "\1\2\3", 3);
     EXPECT_TRUE(run.accept(good));
     EXPECT_EQ(stored(shared.responseBuffer, 3), (std::vector<uint8_t>{1, 2, 3}));
     EXPECT_EQ(run.lastSequence(), 0x10);
