@@ -140,6 +140,7 @@ TEST(BoardApi, BoardsOpenSideBySideEachWithItsOwnStateAndLog) {
 }
 
 TEST(BoardApi, OpenRefusesWhatItCannotUse) {
+    constexpr int invalid = XDSP_STATUS_INVALID_ARGUMENT;
     HandleBoard held;
     ASSERT_EQ(held.openStatus, XDSP_STATUS_OK);
     xdsp_board *again = reinterpret_cast<xdsp_board *>(1);
@@ -148,28 +149,25 @@ TEST(BoardApi, OpenRefusesWhatItCannotUse) {
     EXPECT_EQ(again, nullptr);
     EXPECT_EQ(xdsp_board_open(narrow(absentDevicePath()).c_str(), nullptr, &again),
               XDSP_STATUS_NOT_FOUND);
-    EXPECT_EQ(xdsp_board_open("", nullptr, &again), XDSP_STATUS_INVALID_ARGUMENT);
-    EXPECT_EQ(xdsp_board_open(std::string(2000, 'x').c_str(), nullptr, &again),
-              XDSP_STATUS_INVALID_ARGUMENT);
-    EXPECT_EQ(xdsp_board_open(nullptr, nullptr, &again), XDSP_STATUS_INVALID_ARGUMENT);
-    EXPECT_EQ(xdsp_board_open("x", nullptr, nullptr), XDSP_STATUS_INVALID_ARGUMENT);
-    EXPECT_EQ(xdsp_board_gpio_write(nullptr, 1), XDSP_STATUS_INVALID_ARGUMENT);
+    EXPECT_EQ(xdsp_board_open("", nullptr, &again), invalid);
+    EXPECT_EQ(xdsp_board_open(std::string(2000, 'x').c_str(), nullptr, &again), invalid);
+    EXPECT_EQ(xdsp_board_open(nullptr, nullptr, &again), invalid);
+    EXPECT_EQ(xdsp_board_open("x", nullptr, nullptr), invalid);
+    EXPECT_EQ(xdsp_board_gpio_write(nullptr, 1), invalid);
     EXPECT_EQ(xdsp_board_close(nullptr), XDSP_STATUS_OK);
     size_t count = 0;
     EXPECT_EQ(xdsp_list_boards(nullptr, 0, &count), XDSP_STATUS_OK);
-    EXPECT_EQ(xdsp_list_boards(nullptr, 1, &count), XDSP_STATUS_INVALID_ARGUMENT);
+    EXPECT_EQ(xdsp_list_boards(nullptr, 1, &count), invalid);
 
     // Bad lengths and missing buffers are refused before anything goes out.
     uint8_t data[300] = {};
-    EXPECT_EQ(xdsp_board_flash_write(held.handle, 0, 0, data, 257), XDSP_STATUS_INVALID_ARGUMENT);
-    EXPECT_EQ(xdsp_board_flash_read(held.handle, 0, nullptr, 16), XDSP_STATUS_INVALID_ARGUMENT);
+    EXPECT_EQ(xdsp_board_flash_write(held.handle, 0, 0, data, 257), invalid);
+    EXPECT_EQ(xdsp_board_flash_read(held.handle, 0, nullptr, 16), invalid);
     xdsp_spi_settings spi{2, 0, 0, 3, 100};
-    EXPECT_EQ(xdsp_board_spi_transfer(held.handle, &spi, data, 600, nullptr, 0),
-              XDSP_STATUS_INVALID_ARGUMENT);
-    EXPECT_EQ(xdsp_board_file(held.handle, 15, nullptr), XDSP_STATUS_INVALID_ARGUMENT);
+    EXPECT_EQ(xdsp_board_spi_transfer(held.handle, &spi, data, 600, nullptr, 0), invalid);
+    EXPECT_EQ(xdsp_board_file(held.handle, 15, nullptr), invalid);
     xdsp_upload upload = uploadOf({}, 15, "x");
-    EXPECT_EQ(xdsp_board_upload(held.handle, &upload, nullptr, nullptr),
-              XDSP_STATUS_INVALID_ARGUMENT);
+    EXPECT_EQ(xdsp_board_upload(held.handle, &upload, nullptr, nullptr), invalid);
 
     EXPECT_STREQ(xdsp_status_text(XDSP_STATUS_BUSY), "the board is open elsewhere");
     EXPECT_STREQ(xdsp_status_text(-99), "unknown status");
