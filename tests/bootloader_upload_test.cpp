@@ -111,14 +111,8 @@ std::vector<uint8_t> withRecords(std::vector<uint8_t> before, std::vector<uint8_
 }
 
 // The texts of the message boxes, each without a caption and with the warning icon.
-std::vector<Text> boxTexts(const Capture &capture) {
-    std::vector<Text> texts;
-    for (const MessageBoxCall &box : capture.messageBoxes()) {
-        EXPECT_EQ(box.caption, WIDE(""));
-        EXPECT_EQ(box.style, 0x30u);
-        texts.push_back(box.text);
-    }
-    return texts;
+Lines boxTexts(const Capture &capture) {
+    return errorBoxTexts(capture, WIDE(""), 0x30);
 }
 
 // A table entry with these sectors and type, and nothing else.

@@ -3,10 +3,9 @@
 // error boxes and busy-wait bound.
 #include "link/report_format.h"
 #include "support/commands.h"
+#include "support/sample_bytes.h"
 
 #include <gtest/gtest.h>
-
-#include <numeric>
 
 using namespace xdsp;
 using namespace xdsp::test;
@@ -54,9 +53,7 @@ TEST_F(DeviceControl, RecordsFromTheBoard) {
     RequestLayoutStruct();
     GuardedBuffer layout(XDSP_LAYOUT_RECORD_SIZE);
     EXPECT_EQ(GetLayoutStruct(layout.data()), 0u);
-    Bytes expected(XDSP_LAYOUT_RECORD_SIZE);
-    std::iota(expected.begin(), expected.end(), uint8_t{1});
-    EXPECT_EQ(layout.contents(), expected);
+    EXPECT_EQ(layout.contents(), countingBytes(XDSP_LAYOUT_RECORD_SIZE, 1));
     EXPECT_TRUE(layout.guardsIntact());
 
     capture.clear();

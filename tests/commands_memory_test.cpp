@@ -3,22 +3,16 @@
 // corrupted and missing answers, and the busy-wait bounds.
 #include "link/report_format.h"
 #include "support/commands.h"
+#include "support/sample_bytes.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <numeric>
 
 using namespace xdsp;
 using namespace xdsp::test;
 
 namespace {
-Bytes countingBytes(size_t count, uint8_t first) {
-    Bytes bytes(count);
-    std::iota(bytes.begin(), bytes.end(), first);
-    return bytes;
-}
-
 // Clears the stuck busy bits once the board has the command with this code.
 struct BusyRelease {
     emu::Board *board;

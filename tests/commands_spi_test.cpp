@@ -3,11 +3,11 @@
 // refused before anything is sent.
 #include "link/report_format.h"
 #include "support/commands.h"
+#include "support/sample_bytes.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <numeric>
 
 using namespace xdsp;
 using namespace xdsp::test;
@@ -59,8 +59,7 @@ TEST_F(SpiTransfer, StagesThePayloadByteForByte) {
 
 TEST_F(SpiTransfer, ReadsZeroFillPastWhatTheBoardDelivered) {
     // A 512-byte input report carries 484 bytes from offset 28; the rest read as zeros.
-    Bytes many(485);
-    std::iota(many.begin(), many.end(), uint8_t{1});
+    Bytes many = countingBytes(485, 1);
     GuardedBuffer large(1024);
     EXPECT_EQ(WriteSPIEx(2, 2, 0, 3, 50, many.data(), 485, large.data(), 1024), 1);
     Bytes got = large.contents();
