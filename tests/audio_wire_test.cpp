@@ -14,14 +14,12 @@ using namespace xdsp;
 using namespace xdsp::test;
 
 namespace {
-Bytes user(std::initializer_list<uint8_t> tail) {
-    Bytes bytes = bytesOf("USER");
-    bytes.insert(bytes.end(), tail.begin(), tail.end());
-    return bytes;
+Bytes user(const Bytes &tail) {
+    return concat(bytesOf("USER"), tail);
 }
 
 // Two idle bytes, "USER", then bytes 6 onwards as given.
-Bytes userReply(std::initializer_list<uint8_t> tail) {
+Bytes userReply(const Bytes &tail) {
     return concat({0x00, 0x00}, user(tail));
 }
 

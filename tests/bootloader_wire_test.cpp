@@ -16,10 +16,8 @@ using namespace xdsp;
 using namespace xdsp::test;
 
 namespace {
-Bytes boot(std::initializer_list<uint8_t> tail) {
-    Bytes bytes = bytesOf("BOOT");
-    bytes.insert(bytes.end(), tail.begin(), tail.end());
-    return bytes;
+Bytes boot(const Bytes &tail) {
+    return concat(bytesOf("BOOT"), tail);
 }
 
 // Acknowledges every command; data bytes as the test sets them per code.
