@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 using namespace xdsp;
@@ -163,12 +164,8 @@ TEST(FrontEndHelpers, TypeNamesAndFileDescriptors) {
               1);
     EXPECT_EQ(Text(buffer), WIDE("fir"));
     EXPECT_EQ(buffer[4], Char16('#')) << "nothing past the capacity";
-    EXPECT_EQ(type, 2);
-    EXPECT_EQ(start, 16u * 4096);
-    EXPECT_EQ(end, 48u * 4096);
-    EXPECT_EQ(fai, 3u * 4096);
-    EXPECT_EQ(created, 45000.25);
-    EXPECT_EQ(modified, 45352.5);
+    EXPECT_EQ(std::tuple(type, start, end, fai, created, modified),
+              std::tuple(uint16_t{2}, 16u * 4096, 48u * 4096, 3u * 4096, 45000.25, 45352.5));
 
     // Out of range, or an output missing: nothing written.
     type = 0xEEEE;
