@@ -246,8 +246,7 @@ TEST_P(BootTable, FilesGoInNumberedPackets) {
     progress.clear();
     EXPECT_EQ(XMOSBoot_SendFile(3, file.data(), 1001, 25, 80, recordProgress, context), 1);
     EXPECT_EQ(progress, (std::vector<int32_t>{25, 39, 53, 80}));
-    EXPECT_TRUE(
-        hasPieces(scripted.capture, {WIDE("XMOSBoot_SendFile::Packet 1::00000000/000003E9\n")}));
+    EXPECT_EQ(scripted.capture.count(WIDE("XMOSBoot_SendFile::Packet 1::00000000/000003E9\n")), 1u);
     EXPECT_EQ(scripted.capture.count(WIDE("XMOSBoot_SendFile::Packet 4::00000300/000003E9\n")), 1u);
 
     std::vector<SpiTransfer> sent = scripted.peer.transfers();

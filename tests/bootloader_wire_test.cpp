@@ -135,10 +135,8 @@ TEST_P(BootWire, FileSystemCommandBytes) {
     expectTransfer(sent[at + 1], replyWrite, 12, 0, 50);
     expectTransfer(sent[at + 2], boot({0x30, 0x01, 0x00, 0x05}), 0, 0, 50);
     expectTransfer(sent[at + 3], replyWrite, 22, 2, 50);
-    EXPECT_TRUE(
-        hasPieces(scripted.capture, {WIDE("Send SPI Command: BOOT\\x29\\x01\\x00\\x01\n")}));
-    EXPECT_TRUE(
-        hasPieces(scripted.capture, {WIDE("Send SPI Command: BOOT\\x30\\x01\\x00\\x01\n")}));
+    EXPECT_EQ(scripted.capture.count(WIDE("Send SPI Command: BOOT\\x29\\x01\\x00\\x01\n")), 1u);
+    EXPECT_EQ(scripted.capture.count(WIDE("Send SPI Command: BOOT\\x30\\x01\\x00\\x01\n")), 1u);
     EXPECT_EQ(scripted.capture.count(WIDE("Format took 0 seconds...\n")), 1u);
 
     // Not acknowledged: 0; some write a dump, erase and allocate do not.
