@@ -71,7 +71,7 @@ std::vector<uint8_t> stored(const uint8_t *store, size_t count) {
 }
 } // namespace
 
-TEST(ReportFormat, ChecksumsOfTheDocumentedExamples) {
+TEST(ReportFormat, ChecksumsOfKnownReports) {
     uint8_t report[32] = {};
     buildOutputHeader(report, command::init, 0, 0x1FE);
     EXPECT_EQ(readWord(report, output::checksum), 0xCBAD);
