@@ -132,7 +132,7 @@ TEST(BootLoaderSettings, ReadPrefixOnlyOneSwitchesOn) {
     EXPECT_EQ(XMOSSPI_GetReadPrefix(), 1);
 }
 
-TEST(FrontEndHelpers, ChecksumCases) {
+TEST(FrontEndHelpers, ChecksumsTypeNamesDescriptorsAndRefusedIndexes) {
     EXPECT_EQ(BootLoader_ComputeFileChecksum(reinterpret_cast<const uint8_t *>("abc"), 3), 0x0126);
     const std::vector<uint8_t> ones(65536, 0x01), high(256, 0xFF);
     EXPECT_EQ(BootLoader_ComputeFileChecksum(high.data(), 256), 0xFF00);
@@ -140,9 +140,7 @@ TEST(FrontEndHelpers, ChecksumCases) {
     EXPECT_EQ(BootLoader_ComputeFileChecksum(ones.data(), 65535), 0xFFFF);
     EXPECT_EQ(BootLoader_ComputeFileChecksum(ones.data(), 0), 0);
     EXPECT_EQ(BootLoader_ComputeFileChecksum(nullptr, 10), 0);
-}
 
-TEST(FrontEndHelpers, TypeNamesAndFileDescriptors) {
     const Text names[] = {WIDE(""),     WIDE("Data"), WIDE("Boot"),
                           WIDE("FPGA"), WIDE("Link"), WIDE("")};
     for (int16_t type = -1; type <= 4; ++type) {
@@ -181,9 +179,8 @@ TEST(FrontEndHelpers, TypeNamesAndFileDescriptors) {
     // Capacity 0 leaves the name alone, even a null one.
     EXPECT_EQ(
         BootLoader_GetFileDesc(14, &type, &start, &end, &fai, nullptr, 0, &created, &modified), 1);
-}
 
-TEST(FrontEndHelpers, IndexesOutOfRangeAreRefused) {
+    // Out-of-range indexes and missing data are refused by the send.
     uint8_t data[4] = {1, 2, 3, 4};
     for (int32_t index : {15, -1, 31414, 300}) {
         os::setLastError(0);

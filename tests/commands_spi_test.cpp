@@ -18,7 +18,7 @@ const uint8_t rd[] = {0x52, 0x44};
 
 using SpiTransfer = OpenBoard;
 
-TEST_F(SpiTransfer, StagesThePayloadByteForByte) {
+TEST_F(SpiTransfer, StagesThePayloadByteForByteAndZeroFillsWhatWasNotDelivered) {
     advanceSequenceTo(0x05);
     capture.clear();
     uint8_t reply[72];
@@ -55,9 +55,7 @@ TEST_F(SpiTransfer, StagesThePayloadByteForByte) {
     EXPECT_EQ(WriteSPIEx(5, 0, 0, 3, 10, nullptr, 0, nullptr, 0), 1);
     staged = awaitCommand(board(), 0xF030, ++sent);
     EXPECT_EQ(slice(staged, 19, 12), (Bytes{5, 0, 0, 0, 0, 0, 0, 0, 9, 8, 7, 6}));
-}
 
-TEST_F(SpiTransfer, ReadsZeroFillPastWhatTheBoardDelivered) {
     // A 512-byte input report carries 484 bytes from offset 28; the rest read as zeros.
     Bytes many = countingBytes(485, 1);
     GuardedBuffer large(1024);
