@@ -13,7 +13,7 @@
 using namespace xdsp;
 using namespace tooltest;
 
-TEST(Tool, InfoGpioAndAdcShowWhatTheBoardReports) {
+TEST(Tool, InfoGpioAdcAndFlashShowWhatTheBoardReports) {
     emu::BoardOptions options;
     options.productName = "Bench Board 7";
     options.gpioInputs = 0x5A3C;
@@ -25,11 +25,9 @@ TEST(Tool, InfoGpioAndAdcShowWhatTheBoardReports) {
     EXPECT_EQ(served.board().gpioOutputs(), 0xBEEF);
     expectRun(served.run("adc"), 0, {"ADC 0:   256", "ADC 2: 16383", "ADC 3:  1024"});
     EXPECT_FALSE(served.board().adcSampling()); // switched off again
-}
 
-TEST(Tool, FlashReadDumpsAcrossChunks) {
-    ServedBoard served;
-    // Written through the library, in the two pieces one write carries.
+    // A flash dump across chunks: written through the library, in the two
+    // pieces one write carries.
     uint8_t data[300];
     for (size_t i = 0; i < sizeof data; ++i)
         data[i] = static_cast<uint8_t>(i);
@@ -49,19 +47,15 @@ TEST(Tool, FlashReadDumpsAcrossChunks) {
     EXPECT_FALSE(contains(dump, "00000320")) << dump.text;
 }
 
-TEST(Tool, StatPrintsTheBootLoaderRecord) {
+// The boot loader's record; files in the listing. The board keeps names in 8
+// bits, Latin-1: "café" comes back whole, a character beyond Latin-1 as '?'.
+TEST(Tool, StatAndUploadedFilesShowInTheListingWithTheirNames) {
     emu::BoardOptions options = withBootLoader();
     options.bootLoader->version = 0x123;
     ServedBoard served(options);
     expectRun(
         served.run("stat"), 0,
         {" 0  00000123         291  boot-loader version", " 4  00200000     2097152  flash bytes"});
-}
-
-// The board keeps names in 8 bits, Latin-1: "café" comes back whole, a
-// character beyond Latin-1 as '?'.
-TEST(Tool, UploadedFilesShowInTheListingWithTheirNames) {
-    ServedBoard served(withBootLoader());
     TestFile file(1001, 7); // odd: the tool pads it
     expectRun(served.run("upload " + file.path() + " -f 3 -n 'caf\xC3\xA9'"), 0,
               {"padded with a zero byte", "Uploaded 1002 bytes as file 3"});
