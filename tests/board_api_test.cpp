@@ -176,13 +176,34 @@ TEST(BoardApi, OpenRefusesWhatItCannotUse) {
     EXPECT_EQ(xdsp_checksum(reinterpret_cast<const uint8_t *>("abc"), 3), 0x0126);
 }
 
-TEST(BoardApi, ConditionsComeBackAsStatusesWithTheBoxTextKept) {
+TEST(BoardApi, TwoThreadsNeverInterleaveAndConditionsComeBackAsStatusesWithTheBoxTextKept) {
     Capture processSinks;
     HandleBoard board(emu::BoardOptions{});
     ASSERT_EQ(board.openStatus, XDSP_STATUS_OK);
     char message[64];
     ASSERT_EQ(xdsp_board_last_message(board.handle, message, sizeof message), XDSP_STATUS_OK);
     EXPECT_STREQ(message, "");
+
+    // The bus loops back: each transfer must read what its own thread wrote.
+    std::atomic<int> crossed{0}, failed{0};
+    auto hammer = [&](uint8_t seed) {
+        xdsp_spi_settings spi{2, 0, 0, 3, 100};
+        for (int round = 0; round < 150; ++round) {
+            std::vector<uint8_t> written = sampleBytes(48, static_cast<uint8_t>(seed + round));
+            uint8_t read[48] = {};
+            if (xdsp_board_spi_transfer(board.handle, &spi, written.data(), written.size(), read,
+                                        sizeof read) != XDSP_STATUS_OK)
+                failed.fetch_add(1);
+            else if (std::memcmp(read, written.data(), sizeof read) != 0)
+                crossed.fetch_add(1);
+        }
+    };
+    std::thread one(hammer, 0x10);
+    std::thread two(hammer, 0x80);
+    one.join();
+    two.join();
+    EXPECT_EQ(failed.load(), 0);
+    EXPECT_EQ(crossed.load(), 0);
 
     board.emulated.board().setErrorBit(true);
     uint8_t data[4] = {1, 2, 3, 4};
@@ -213,31 +234,6 @@ TEST(BoardApi, ConditionsComeBackAsStatusesWithTheBoxTextKept) {
     board.emulated.server().replug();
     EXPECT_TRUE(eventually([&] { return xdsp_board_online(board.handle) == XDSP_STATUS_OK; }));
     EXPECT_TRUE(board.logged("HID::Reopening HID"));
-}
-
-TEST(BoardApi, TwoThreadsOnOneBoardNeverInterleaveTheirCommands) {
-    HandleBoard board(emu::BoardOptions{});
-    ASSERT_EQ(board.openStatus, XDSP_STATUS_OK);
-    // The bus loops back: each transfer must read what its own thread wrote.
-    std::atomic<int> crossed{0}, failed{0};
-    auto hammer = [&](uint8_t seed) {
-        xdsp_spi_settings spi{2, 0, 0, 3, 100};
-        for (int round = 0; round < 150; ++round) {
-            std::vector<uint8_t> written = sampleBytes(48, static_cast<uint8_t>(seed + round));
-            uint8_t read[48] = {};
-            if (xdsp_board_spi_transfer(board.handle, &spi, written.data(), written.size(), read,
-                                        sizeof read) != XDSP_STATUS_OK)
-                failed.fetch_add(1);
-            else if (std::memcmp(read, written.data(), sizeof read) != 0)
-                crossed.fetch_add(1);
-        }
-    };
-    std::thread one(hammer, 0x10);
-    std::thread two(hammer, 0x80);
-    one.join();
-    two.join();
-    EXPECT_EQ(failed.load(), 0);
-    EXPECT_EQ(crossed.load(), 0);
 }
 
 TEST(BoardApi, UploadsOnEightBoardsAtOnceSurviveOneBoardPulled) {
@@ -294,7 +290,7 @@ TEST(BoardApi, UploadsOnEightBoardsAtOnceSurviveOneBoardPulled) {
     }
 }
 
-TEST(BoardApi, CancelledUploadLeavesTheFileTableConsistent) {
+TEST(BoardApi, CancelledOrClosedUploadLeavesTheFileTableConsistent) {
     HandleBoard board;
     ASSERT_EQ(board.openStatus, XDSP_STATUS_OK);
     ASSERT_EQ(xdsp_board_boot_loader_init(board.handle, 2, 2, nullptr), XDSP_STATUS_OK);
@@ -338,18 +334,14 @@ TEST(BoardApi, CancelledUploadLeavesTheFileTableConsistent) {
     entry = boardEntry(board.emulated, 3);
     EXPECT_EQ(entry.length, replacement.size() + 1);
     EXPECT_EQ(entry.checksum, xdsp_checksum(replacement.data(), replacement.size()));
-}
 
-TEST(BoardApi, CloseCancelsTheUploadInProgressAndTurnsAwayWaitingCalls) {
-    auto board = std::make_unique<HandleBoard>();
-    ASSERT_EQ(board->openStatus, XDSP_STATUS_OK);
-    ASSERT_EQ(xdsp_board_boot_loader_init(board->handle, 2, 2, nullptr), XDSP_STATUS_OK);
+    // A close cancels the upload in progress and turns away waiting calls.
     std::vector<uint8_t> data = sampleBytes(64 * 1024, 3);
     xdsp_upload upload = uploadOf(data, 1, "long");
     std::atomic<bool> sending{false};
     int uploadStatus = XDSP_STATUS_SYSTEM;
     int waitingStatus = XDSP_STATUS_SYSTEM;
-    xdsp_board *handle = board->handle;
+    xdsp_board *handle = board.handle;
     std::thread uploading(
         [&] { uploadStatus = xdsp_board_upload(handle, &upload, markSending, &sending); });
     ASSERT_TRUE(eventually([&] { return sending.load(); }, 20000));
@@ -360,10 +352,10 @@ TEST(BoardApi, CloseCancelsTheUploadInProgressAndTurnsAwayWaitingCalls) {
     // The close must find it counted in, or the handle would be gone under it.
     ASSERT_TRUE(eventually([&] { return handle->callsInside.load() == 2; }));
     EXPECT_EQ(xdsp_board_close(handle), XDSP_STATUS_OK);
-    board->handle = nullptr;
+    board.handle = nullptr;
     uploading.join();
     waiting.join();
     EXPECT_EQ(uploadStatus, XDSP_STATUS_CANCELLED);
     EXPECT_EQ(waitingStatus, XDSP_STATUS_CLOSED);
-    EXPECT_FALSE(boardEntry(board->emulated, 1).allocated);
+    EXPECT_FALSE(boardEntry(board.emulated, 1).allocated);
 }
