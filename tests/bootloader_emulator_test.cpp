@@ -88,7 +88,7 @@ TEST_P(EmulatedBootLoader, IdentifiesThroughTheFiller) {
     EXPECT_EQ(heard(emulated(), 0x0A), 3u) << "two filler replies, then the answer";
 }
 
-TEST_P(EmulatedBootLoader, UploadsTwiceAndTheDatesComeBack) {
+TEST_P(EmulatedBootLoader, UploadsTwiceWithDatesThenTheBootFileAndARun) {
     open();
     Bytes first = sampleBytes(700, 3);
     double before = bootloader::oleDateNow();
@@ -119,10 +119,8 @@ TEST_P(EmulatedBootLoader, UploadsTwiceAndTheDatesComeBack) {
     emulated().board().inspectBootLoader([&](emu::BootLoader &bootLoader) {
         EXPECT_EQ(bootLoader.fileSystem().entry(4).length, 332u) << "the odd last byte stays home";
     });
-}
 
-TEST_P(EmulatedBootLoader, BootFileThenRun) {
-    open();
+    // The boot file, then a run.
     Bytes image = sampleBytes(1000, 1);
     ASSERT_EQ(BootLoader_Send(31415, 0, 0, 0, nullptr, image.data(), 1000, 0, nullptr, 0), 1);
     EXPECT_EQ(os::lastError(), XDSP_ERROR_SUCCESS)

@@ -12,7 +12,7 @@ using namespace xdsp::test;
 
 using DeviceControl = OpenBoard;
 
-TEST_F(DeviceControl, GpioWordsAdcChannelsAndTheInitialisedFlag) {
+TEST_F(DeviceControl, GpioWordsAdcChannelsTheInitialisedFlagAndRecords) {
     board().setGpioInputs(0x0400);
     ASSERT_TRUE(eventually([] { return GetGPIOIn() == 0x0400; }));
     os::setLastError(77);
@@ -47,9 +47,8 @@ TEST_F(DeviceControl, GpioWordsAdcChannelsAndTheInitialisedFlag) {
     EXPECT_EQ(GetADCIn(1), 0x0200) << "readings stay frozen while sampling is off";
     EXPECT_EQ(XMOS_EnableADC(1), 0u);
     EXPECT_TRUE(eventually([] { return GetADCIn(1) == 0x1111; }));
-}
 
-TEST_F(DeviceControl, RecordsFromTheBoard) {
+    // The records the board sends.
     RequestLayoutStruct();
     GuardedBuffer layout(XDSP_LAYOUT_RECORD_SIZE);
     EXPECT_EQ(GetLayoutStruct(layout.data()), 0u);
