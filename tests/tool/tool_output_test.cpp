@@ -7,31 +7,9 @@
 using namespace xdsp;
 using namespace tooltest;
 
-TEST(ToolOutput, TerminalRedrawsTheBarInPlaceOnlyWhenItChanges) {
-    ServedBoard served(withBootLoader());
-    TestFile file(6000, 3);
-    Outcome upload =
-        expectRun(runToolOnTerminal("upload " + file.path() + " -f 1 -d " + served.path()), 0,
-                  {"Uploaded 6000 bytes as file 1"});
-    const std::string redraw = "\r\033[K";
-    std::vector<std::string> drawn;
-    for (size_t at = upload.text.find(redraw); at != std::string::npos;) {
-        size_t next = upload.text.find(redraw, at + redraw.size());
-        size_t end = std::min(next, upload.text.find('\n', at));
-        drawn.push_back(upload.text.substr(at + redraw.size(), end - at - redraw.size()));
-        at = next;
-    }
-    ASSERT_GE(drawn.size(), 5u) << upload.text;
-    for (size_t i = 1; i < drawn.size(); ++i)
-        EXPECT_NE(drawn[i], drawn[i - 1]) << "drawn twice alike";
-    EXPECT_NE(drawn.front().find("Uploading ["), std::string::npos) << drawn.front();
-    for (const char *part : {"100%", "/s", "left"})
-        EXPECT_NE(drawn.back().find(part), std::string::npos) << part << " in " << drawn.back();
-}
-
 // Rate and time left read "--" until data has gone out for a while, then stay
 // known.
-TEST(ToolOutput, PipeGetsPlainLinesAndQuietOnlyTheResult) {
+TEST(ToolOutput, PipeGetsPlainLinesQuietOnlyTheResultAndATerminalItsBar) {
     ServedBoard served(withBootLoader());
     TestFile file(12000, 5);
     Outcome upload = expectRun(served.run("upload " + file.path() + " -f 2"), 0);
@@ -59,6 +37,26 @@ TEST(ToolOutput, PipeGetsPlainLinesAndQuietOnlyTheResult) {
     Outcome quiet = expectRun(served.run("--quiet upload " + file.path() + " -f 2"), 0,
                               {"Uploaded 12000 bytes as file 2"});
     EXPECT_EQ(lines(quiet.text).size(), 1u) << quiet.text;
+
+    // A terminal: the bar is redrawn in place, only when it changes.
+    TestFile shorter(6000, 3);
+    Outcome terminal =
+        expectRun(runToolOnTerminal("upload " + shorter.path() + " -f 1 -d " + served.path()), 0,
+                  {"Uploaded 6000 bytes as file 1"});
+    const std::string redraw = "\r\033[K";
+    std::vector<std::string> drawn;
+    for (size_t at = terminal.text.find(redraw); at != std::string::npos;) {
+        size_t next = terminal.text.find(redraw, at + redraw.size());
+        size_t end = std::min(next, terminal.text.find('\n', at));
+        drawn.push_back(terminal.text.substr(at + redraw.size(), end - at - redraw.size()));
+        at = next;
+    }
+    ASSERT_GE(drawn.size(), 5u) << terminal.text;
+    for (size_t i = 1; i < drawn.size(); ++i)
+        EXPECT_NE(drawn[i], drawn[i - 1]) << "drawn twice alike";
+    EXPECT_NE(drawn.front().find("Uploading ["), std::string::npos) << drawn.front();
+    for (const char *part : {"100%", "/s", "left"})
+        EXPECT_NE(drawn.back().find(part), std::string::npos) << part << " in " << drawn.back();
 }
 
 TEST(ToolOutput, JsonLinesAgreeWithWhatTheLibraryReports) {

@@ -136,6 +136,29 @@ TEST(ToolExitCodes, EachFailureHasItsCodeAndWords) {
     ServedBoard loopback; // no boot loader behind the SPI bus
     expectRun(loopback.run("ls", Capture::errorsOnly), 76,
               {"the boot loader on " + loopback.path() + " did not answer"});
+
+    // A board this process holds is busy.
+    std::u16string path(served.path().begin(), served.path().end());
+    ASSERT_TRUE(InitializeHIDUSBPacketPath(path.c_str())); // this process holds it
+    Outcome busy = served.run("info", Capture::errorsOnly);
+    DestroyHIDUSBPacket();
+    EXPECT_EQ(expectRun(busy, 69).text, "xdsp: board busy: another program holds it (error 32)\n");
+
+    // Root passes every permission check, so root asks as nobody, who may not
+    // enter the test's folder; anyone else meets a socket nobody may connect to.
+    Outcome denied;
+    if (geteuid() == 0) {
+        denied = runCommand("/usr/bin/setpriv --reuid=65534 --regid=65534 --clear-groups " +
+                                std::string(XDSP_TOOL_PATH) + " info -d " + served.path(),
+                            Capture::errorsOnly);
+    } else {
+        chmod(served.path().c_str(), 0);
+        denied = served.run("info", Capture::errorsOnly);
+    }
+    EXPECT_EQ(expectRun(denied, 77).text,
+              "xdsp: cannot open " + served.path() +
+                  ": permission denied (error 5); `xdsp udev-rule` prints a rule "
+                  "that gives your user access\n");
 }
 
 TEST(ToolExitCodes, ChecksumMismatchNamesBothSums) {
@@ -165,30 +188,4 @@ TEST(ToolExitCodes, FailedFormatSaysWhatTheBoardKept) {
         "xdsp: the library reports: Error in Format.\nCancelling Upload.\n"
         "xdsp: the upload stopped: the boot loader did not prepare the file's "
         "area (error 11)\n");
-}
-
-TEST(ToolExitCodes, BusyAndForbiddenBoardsSaySo) {
-    ServedBoard served(withBootLoader());
-    std::u16string path(served.path().begin(), served.path().end());
-    ASSERT_TRUE(InitializeHIDUSBPacketPath(path.c_str())); // this process holds it
-    Outcome busy = served.run("info", Capture::errorsOnly);
-    DestroyHIDUSBPacket();
-    EXPECT_EQ(busy.exitCode, 69);
-    EXPECT_EQ(busy.text, "xdsp: board busy: another program holds it (error 32)\n");
-
-    // Root passes every permission check, so root asks as nobody, who may not
-    // enter the test's folder; anyone else meets a socket nobody may connect to.
-    Outcome denied;
-    if (geteuid() == 0) {
-        denied = runCommand("/usr/bin/setpriv --reuid=65534 --regid=65534 --clear-groups " +
-                                std::string(XDSP_TOOL_PATH) + " info -d " + served.path(),
-                            Capture::errorsOnly);
-    } else {
-        chmod(served.path().c_str(), 0);
-        denied = served.run("info", Capture::errorsOnly);
-    }
-    EXPECT_EQ(denied.exitCode, 77) << denied.text;
-    EXPECT_EQ(denied.text, "xdsp: cannot open " + served.path() +
-                               ": permission denied (error 5); `xdsp udev-rule` prints a rule "
-                               "that gives your user access\n");
 }
