@@ -178,7 +178,7 @@ TEST(SerialCompanion, FollowsTheParentInterfaceToItsSiblingOnInterfaceZero) {
     EXPECT_EQ(lookUp(&noSibling, compositeHid), nothing);
 }
 
-TEST(SerialCompanion, DeviceLevelParentTakesPrecedence) {
+TEST(SerialCompanion, DeviceLevelParentTakesPrecedenceAndWithoutKeysNothingIsFound) {
     const Char16 *hidPath = WIDE("\\\\?\\hid#vid_20b1&pid_0103&mi_01#7&1f0e3a2&0&0001#{guid}");
     // What the interface-level search would find.
     const std::initializer_list<Entry> interfaceLevel = {
@@ -199,9 +199,8 @@ TEST(SerialCompanion, DeviceLevelParentTakesPrecedence) {
 
     FakeRegistry withoutDevice(interfaceLevel);
     EXPECT_EQ(lookUp(&withoutDevice, hidPath).first, "\\\\.\\COM9");
-}
 
-TEST(SerialCompanion, FindsNothingWithoutKeysInstanceOrReadableValue) {
+    // No keys, no registry, no instance, or a value too long to read: nothing.
     FakeRegistry empty;
     EXPECT_EQ(lookUp(&empty, directHid), nothing);
     EXPECT_EQ(lookUp(nullptr, directHid), nothing) << "a system without a registry";
