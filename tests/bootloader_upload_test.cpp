@@ -183,13 +183,7 @@ TEST_P(BootTable, RecordsPresentAbsentErasedAndGarbled) {
     ASSERT_EQ(sent.size(), prefix() ? 2u + 2 * 17 : 2u + 17);
     expectTransfer(sent[0], {'B', 'O', 'O', 'T', 0x2B, 0x00}, 0, 0, 50);
     expectTransfer(sent[1], prefix() ? readPrefix : Bytes{}, 168, 2, 50);
-    const Bytes query = {'B', 'O', 'O', 'T', 0x2F, 0x01, 0x00, 0x01};
-    if (prefix()) {
-        expectTransfer(sent[2], query, 0, 2, 100);
-        expectTransfer(sent[3], readPrefix, 278, 2, 100);
-    } else {
-        expectTransfer(sent[2], query, 278, 2, 100);
-    }
+    expectExchange(sent, 2, prefix(), {'B', 'O', 'O', 'T', 0x2F, 0x01, 0x00, 0x01}, 278, 2, 100);
 
     // The garbled file: the query text and a dump of 70 bytes.
     Text dump = WIDE("Command: 0x2F :: Want: 0x2F81@6  :: 0x00 0x00 0x42 0x4F 0x4F 0x54 0x12 "
