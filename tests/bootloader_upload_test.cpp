@@ -7,6 +7,7 @@
 #include "bootloader/file_table.h"
 #include "bootloader/ole_date.h"
 #include "support/commands.h"
+#include "support/sample_bytes.h"
 #include "support/scripted_board.h"
 
 #include <gtest/gtest.h>
@@ -110,14 +111,8 @@ std::vector<uint8_t> withRecords(std::vector<uint8_t> before, std::vector<uint8_
 }
 
 // The texts of the message boxes, each without a caption and with the warning icon.
-std::vector<Text> boxTexts(const Capture &capture) {
-    std::vector<Text> texts;
-    for (const MessageBoxCall &box : capture.messageBoxes()) {
-        EXPECT_EQ(box.caption, WIDE(""));
-        EXPECT_EQ(box.style, 0x30u);
-        texts.push_back(box.text);
-    }
-    return texts;
+Lines boxTexts(const Capture &capture) {
+    return errorBoxTexts(capture, WIDE(""), 0x30);
 }
 
 // A table entry with these sectors and type, and nothing else.
@@ -125,14 +120,19 @@ bootloader::FileDescriptor withSectors(uint16_t start, uint16_t end, uint32_t ty
     return {type, 0, start, end, 0, 0, {}, 0.0, 0.0};
 }
 
-Bytes sample(size_t length) {
-    Bytes data(length);
-    for (size_t i = 0; i < length; ++i)
-        data[i] = static_cast<uint8_t>(i * 13 + 5);
-    return data;
-}
-
 class BootTable : public BothModesTest {};
+
+// An upload against a willing boot loader, in read-prefix mode unless the case
+// switches it off.
+class BootUpload : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        ASSERT_TRUE(scripted.opened());
+        progress.clear();
+    }
+    ScriptedBoard scripted{true};
+    WillingBootLoader bootLoader;
+};
 } // namespace
 
 TEST_P(BootTable, RecordsPresentAbsentErasedAndGarbled) {
@@ -183,13 +183,7 @@ TEST_P(BootTable, RecordsPresentAbsentErasedAndGarbled) {
     ASSERT_EQ(sent.size(), prefix() ? 2u + 2 * 17 : 2u + 17);
     expectTransfer(sent[0], {'B', 'O', 'O', 'T', 0x2B, 0x00}, 0, 0, 50);
     expectTransfer(sent[1], prefix() ? readPrefix : Bytes{}, 168, 2, 50);
-    const Bytes query = {'B', 'O', 'O', 'T', 0x2F, 0x01, 0x00, 0x01};
-    if (prefix()) {
-        expectTransfer(sent[2], query, 0, 2, 100);
-        expectTransfer(sent[3], readPrefix, 278, 2, 100);
-    } else {
-        expectTransfer(sent[2], query, 278, 2, 100);
-    }
+    expectExchange(sent, 2, prefix(), {'B', 'O', 'O', 'T', 0x2F, 0x01, 0x00, 0x01}, 278, 2, 100);
 
     // The garbled file: the query text and a dump of 70 bytes.
     Text dump = WIDE("Command: 0x2F :: Want: 0x2F81@6  :: 0x00 0x00 0x42 0x4F 0x4F 0x54 0x12 "
@@ -242,12 +236,11 @@ TEST_P(BootTable, TableReadTwiceThenGivenUp) {
 
 TEST_P(BootTable, FilesGoInNumberedPackets) {
     scripted.peer.respond([](const Bytes &, const SpiTransfer &) { return bootReply(0x31); });
-    Bytes file = sample(1001);
+    Bytes file = sampleBytes(1001, 5);
     progress.clear();
     EXPECT_EQ(XMOSBoot_SendFile(3, file.data(), 1001, 25, 80, recordProgress, context), 1);
     EXPECT_EQ(progress, (std::vector<int32_t>{25, 39, 53, 80}));
-    EXPECT_TRUE(
-        hasPieces(scripted.capture, {WIDE("XMOSBoot_SendFile::Packet 1::00000000/000003E9\n")}));
+    EXPECT_EQ(scripted.capture.count(WIDE("XMOSBoot_SendFile::Packet 1::00000000/000003E9\n")), 1u);
     EXPECT_EQ(scripted.capture.count(WIDE("XMOSBoot_SendFile::Packet 4::00000300/000003E9\n")), 1u);
 
     std::vector<SpiTransfer> sent = scripted.peer.transfers();
@@ -286,16 +279,12 @@ TEST_P(BootTable, FilesGoInNumberedPackets) {
 
 INSTANTIATE_TEST_SUITE_P(BothModes, BootTable, ::testing::Bool(), modeName);
 
-TEST(BootUpload, NewAllocationAndTypeThenEverythingInOrder) {
-    ScriptedBoard scripted(true);
-    ASSERT_TRUE(scripted.opened());
-    WillingBootLoader bootLoader;
-    Bytes data = sample(601);
+TEST_F(BootUpload, NewAllocationAndTypeThenEverythingInOrder) {
+    Bytes data = sampleBytes(601, 5);
     // The board sums what it got: the odd last byte never travels.
     bootLoader.checksum = bootloader::byteSum(data.data(), 600);
     scripted.peer.respond(bootLoader);
     fileTable[2] = withSectors(16, 18);
-    progress.clear();
 
     EXPECT_EQ(BootLoader_Send(2, 1, 0x20000, 0x28000, WIDE("app.ldr"), data.data(), 601, 1,
                               recordProgress, context),
@@ -316,15 +305,12 @@ TEST(BootUpload, NewAllocationAndTypeThenEverythingInOrder) {
     EXPECT_EQ(fileTable[2].creationDate, fileTable[2].modificationDate);
 }
 
-TEST(BootUpload, UnchangedEntryCloseFailureAndChecksumMismatchGoOn) {
-    ScriptedBoard scripted(false);
-    ASSERT_TRUE(scripted.opened());
-    WillingBootLoader bootLoader;
+TEST_F(BootUpload, UnchangedEntryCloseFailureAndChecksumMismatchGoOn) {
+    XMOSSPI_SetReadPrefix(0);
     bootLoader.checksum = 0x1234;
     bootLoader.refuse = 0x32;
     scripted.peer.respond(bootLoader);
     fileTable[0] = withSectors(16, 20, 3);
-    progress.clear();
 
     // After a mismatch the sum is taken once more without the last byte: the
     // message shows that second sum, "abc".
@@ -343,13 +329,10 @@ TEST(BootUpload, UnchangedEntryCloseFailureAndChecksumMismatchGoOn) {
     EXPECT_EQ(progress, (std::vector<int32_t>{10, 15, 20, 80, 85, 90, 95, 100}));
 }
 
-TEST(BootUpload, BootFileSkipsTheTableAndItsHeader) {
-    ScriptedBoard scripted(true);
-    ASSERT_TRUE(scripted.opened());
-    WillingBootLoader bootLoader; // reports checksum 0: asked twice, compared with 0
+TEST_F(BootUpload, BootFileSkipsTheTableAndItsHeader) {
+    // The boot loader reports checksum 0: asked twice, compared with 0.
     scripted.peer.respond(bootLoader);
-    Bytes data = sample(200);
-    progress.clear();
+    Bytes data = sampleBytes(200, 5);
     EXPECT_EQ(
         BootLoader_Send(31415, 0, 0, 0, nullptr, data.data(), 200, 1, recordProgress, context), 1);
     EXPECT_EQ(os::lastError(), XDSP_ERROR_SUCCESS) << "under 256 bytes the library's sum is 0";
@@ -366,25 +349,20 @@ TEST(BootUpload, BootFileSkipsTheTableAndItsHeader) {
     EXPECT_TRUE(boxTexts(scripted.capture).empty());
 }
 
-TEST(BootUpload, EarlyStopsWithTheirCodes) {
-    ScriptedBoard scripted(true);
-    ASSERT_TRUE(scripted.opened());
-    WillingBootLoader bootLoader;
+TEST_F(BootUpload, EarlyStopsWithTheirCodes) {
     bootLoader.refuse = 0x30;
     scripted.peer.respond(bootLoader);
-    Bytes data = sample(10);
+    Bytes data = sampleBytes(10, 5);
     fileTable[5] = withSectors(16, 17);
-    progress.clear();
 
     // A format that fails: code 11, its box only when asked for.
-    EXPECT_EQ(BootLoader_Send(5, 0, 16 * 4096, 17 * 4096, WIDE("f"), data.data(), 10, 0,
-                              recordProgress, context),
-              0);
-    EXPECT_EQ(os::lastError(), XDSP_ERROR_FORMAT_FAILED);
-    EXPECT_TRUE(scripted.capture.messageBoxes().empty());
-    EXPECT_EQ(BootLoader_Send(5, 0, 16 * 4096, 17 * 4096, WIDE("f"), data.data(), 10, 1,
-                              recordProgress, context),
-              0);
+    for (int32_t boxes : {0, 1}) {
+        EXPECT_EQ(BootLoader_Send(5, 0, 16 * 4096, 17 * 4096, WIDE("f"), data.data(), 10, boxes,
+                                  recordProgress, context),
+                  0);
+        EXPECT_EQ(os::lastError(), XDSP_ERROR_FORMAT_FAILED);
+        EXPECT_EQ(scripted.capture.messageBoxes().size(), static_cast<size_t>(boxes));
+    }
     EXPECT_EQ(boxTexts(scripted.capture),
               (std::vector<Text>{WIDE("Error in Format.\nCancelling Upload.")}));
     EXPECT_EQ(progress, (std::vector<int32_t>{10, 15, 10, 15}));

@@ -16,10 +16,8 @@ using namespace xdsp;
 using namespace xdsp::test;
 
 namespace {
-Bytes boot(std::initializer_list<uint8_t> tail) {
-    Bytes bytes = bytesOf("BOOT");
-    bytes.insert(bytes.end(), tail.begin(), tail.end());
-    return bytes;
+Bytes boot(const Bytes &tail) {
+    return concat(bytesOf("BOOT"), tail);
 }
 
 // Acknowledges every command; data bytes as the test sets them per code.
@@ -54,10 +52,8 @@ TEST_P(BootWire, IdentificationQueries) {
     });
 
     EXPECT_EQ(Text(XMOSBoot_GetVersionType()), WIDE("2.61"));
-    std::vector<SpiTransfer> sent = peer.commandTransfers();
-    ASSERT_EQ(sent.size(), prefix() ? 4u : 2u) << "asked twice";
-    size_t at = expectExchange(sent, 0, prefix(), boot({0x0B, 0x00}), 14, 2, 100);
-    expectExchange(sent, at, prefix(), boot({0x0B, 0x00}), 14, 2, 100);
+    // Asked twice.
+    expectExchanges(peer, prefix(), 100, {{boot({0x0B, 0x00}), 14}, {boot({0x0B, 0x00}), 14}});
     peer.clear();
     EXPECT_EQ(Text(XMOSBoot_GetVersionType()), WIDE("2.61"));
     EXPECT_EQ(peer.commandTransfers().size(), prefix() ? 2u : 1u) << "one ask when ready";
@@ -81,9 +77,7 @@ TEST_P(BootWire, IdentificationQueries) {
     peer.clear();
     EXPECT_EQ(XMOSBoot_GetMemorySize(), 2097152u);
     EXPECT_EQ(scripted.capture.count(WIDE("GetMemorySize() :: 2097152\n")), 1u);
-    sent = peer.commandTransfers();
-    ASSERT_EQ(sent.size(), prefix() ? 2u : 1u);
-    expectExchange(sent, 0, prefix(), boot({0x0A, 0x00}), 22, 2, 50);
+    expectExchanges(peer, prefix(), 50, {{boot({0x0A, 0x00}), 22}});
 
     // No chip: three asks, then the line and the dump of 12 bytes.
     chip = 0xFF;
@@ -113,14 +107,12 @@ TEST_P(BootWire, FileSystemCommandBytes) {
     // A transfer without a read returns before the board has carried it out.
     size_t expected = prefix() ? 9 : 5;
     EXPECT_TRUE(eventually([&] { return peer.commandTransfers().size() >= expected; }));
-    std::vector<SpiTransfer> sent = peer.commandTransfers();
-    size_t at = expectExchange(sent, 0, prefix(), boot({0x2D, 0x01, 0x00, 0x01}), 12, 2, 100);
-    at = expectExchange(sent, at, prefix(), boot({0x2A, 0x03, 0x00, 0x03, 0x00, 0x10, 0x00, 0x20}),
-                        12, 2, 100);
-    at = expectExchange(sent, at, prefix(), boot({0x28, 0x02, 0x00, 0x0F, 0x00, 0x03}), 14, 2, 100);
-    at = expectExchange(sent, at, prefix(), boot({0x33, 0x00}), 8, 2, 100);
-    at = expectExchange(sent, at, prefix(), boot({0x03, 0x00}), 0, 2, 100);
-    EXPECT_EQ(sent.size(), at);
+    expectExchanges(peer, prefix(), 100,
+                    {{boot({0x2D, 0x01, 0x00, 0x01}), 12},
+                     {boot({0x2A, 0x03, 0x00, 0x03, 0x00, 0x10, 0x00, 0x20}), 12},
+                     {boot({0x28, 0x02, 0x00, 0x0F, 0x00, 0x03}), 14},
+                     {boot({0x33, 0x00}), 8},
+                     {boot({0x03, 0x00}), 0}});
 
     // The slow commands: setting 50, the checksum request without a busy mask.
     // The line stays low throughout, so the format counts no second.
@@ -129,18 +121,16 @@ TEST_P(BootWire, FileSystemCommandBytes) {
     EXPECT_EQ(XMOSBoot_FormatBootFile(31415), 1);
     EXPECT_EQ(XMOSBoot_GetChecksum(300), 0x1234);
     EXPECT_EQ(XMOSBoot_FormatFile(4), 1);
-    sent = peer.commandTransfers();
-    at = expectExchange(sent, 0, prefix(), boot({0x3A, 0x01, 0x7A, 0xB7}), 22, 2, 50);
+    std::vector<SpiTransfer> sent = peer.commandTransfers();
+    size_t at = expectExchange(sent, 0, prefix(), boot({0x3A, 0x01, 0x7A, 0xB7}), 22, 2, 50);
     ASSERT_EQ(sent.size(), at + 4);
     Bytes replyWrite = prefix() ? readPrefix : Bytes{};
     expectTransfer(sent[at], boot({0x29, 0x01, 0x01, 0x2C}), 0, 0, 50);
     expectTransfer(sent[at + 1], replyWrite, 12, 0, 50);
     expectTransfer(sent[at + 2], boot({0x30, 0x01, 0x00, 0x05}), 0, 0, 50);
     expectTransfer(sent[at + 3], replyWrite, 22, 2, 50);
-    EXPECT_TRUE(
-        hasPieces(scripted.capture, {WIDE("Send SPI Command: BOOT\\x29\\x01\\x00\\x01\n")}));
-    EXPECT_TRUE(
-        hasPieces(scripted.capture, {WIDE("Send SPI Command: BOOT\\x30\\x01\\x00\\x01\n")}));
+    EXPECT_EQ(scripted.capture.count(WIDE("Send SPI Command: BOOT\\x29\\x01\\x00\\x01\n")), 1u);
+    EXPECT_EQ(scripted.capture.count(WIDE("Send SPI Command: BOOT\\x30\\x01\\x00\\x01\n")), 1u);
     EXPECT_EQ(scripted.capture.count(WIDE("Format took 0 seconds...\n")), 1u);
 
     // Not acknowledged: 0; some write a dump, erase and allocate do not.
@@ -191,10 +181,8 @@ TEST_P(BootWire, CloseAsksTwiceThenDumps) {
     peer.respond([](const Bytes &, const SpiTransfer &) { return Bytes{}; });
     peer.clear();
     EXPECT_EQ(XMOSBoot_CloseFile(0), 0);
-    std::vector<SpiTransfer> sent = peer.commandTransfers();
-    size_t at = expectExchange(sent, 0, prefix(), boot({0x32, 0x01, 0x00, 0x01}), 22, 2, 50);
-    EXPECT_EQ(expectExchange(sent, at, prefix(), boot({0x32, 0x01, 0x00, 0x01}), 22, 2, 50),
-              sent.size());
+    expectExchanges(peer, prefix(), 50,
+                    {{boot({0x32, 0x01, 0x00, 0x01}), 22}, {boot({0x32, 0x01, 0x00, 0x01}), 22}});
     Text dump = WIDE("Command: 0x32 :: Want: 0x32@6  :: ");
     for (int i = 0; i < 22; ++i)
         dump += WIDE("0x00 ");

@@ -3,17 +3,16 @@
 // error boxes and busy-wait bound.
 #include "link/report_format.h"
 #include "support/commands.h"
+#include "support/sample_bytes.h"
 
 #include <gtest/gtest.h>
-
-#include <numeric>
 
 using namespace xdsp;
 using namespace xdsp::test;
 
 using DeviceControl = OpenBoard;
 
-TEST_F(DeviceControl, GpioWordsAdcChannelsAndTheInitialisedFlag) {
+TEST_F(DeviceControl, GpioWordsAdcChannelsTheInitialisedFlagAndRecords) {
     board().setGpioInputs(0x0400);
     ASSERT_TRUE(eventually([] { return GetGPIOIn() == 0x0400; }));
     os::setLastError(77);
@@ -48,15 +47,12 @@ TEST_F(DeviceControl, GpioWordsAdcChannelsAndTheInitialisedFlag) {
     EXPECT_EQ(GetADCIn(1), 0x0200) << "readings stay frozen while sampling is off";
     EXPECT_EQ(XMOS_EnableADC(1), 0u);
     EXPECT_TRUE(eventually([] { return GetADCIn(1) == 0x1111; }));
-}
 
-TEST_F(DeviceControl, RecordsFromTheBoard) {
+    // The records the board sends.
     RequestLayoutStruct();
     GuardedBuffer layout(XDSP_LAYOUT_RECORD_SIZE);
     EXPECT_EQ(GetLayoutStruct(layout.data()), 0u);
-    Bytes expected(XDSP_LAYOUT_RECORD_SIZE);
-    std::iota(expected.begin(), expected.end(), uint8_t{1});
-    EXPECT_EQ(layout.contents(), expected);
+    EXPECT_EQ(layout.contents(), countingBytes(XDSP_LAYOUT_RECORD_SIZE, 1));
     EXPECT_TRUE(layout.guardsIntact());
 
     capture.clear();

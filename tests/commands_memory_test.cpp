@@ -3,22 +3,16 @@
 // corrupted and missing answers, and the busy-wait bounds.
 #include "link/report_format.h"
 #include "support/commands.h"
+#include "support/sample_bytes.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <numeric>
 
 using namespace xdsp;
 using namespace xdsp::test;
 
 namespace {
-Bytes countingBytes(size_t count, uint8_t first) {
-    Bytes bytes(count);
-    std::iota(bytes.begin(), bytes.end(), first);
-    return bytes;
-}
-
 // Clears the stuck busy bits once the board has the command with this code.
 struct BusyRelease {
     emu::Board *board;
@@ -117,7 +111,7 @@ TEST_F(MemoryCommands, BusyWaitBoundsAreOneSecondForWritesAndHalfASecondForReads
     EXPECT_EQ(capture.count(WIDE("Done.  (timeout)\n")), 0u);
 }
 
-TEST_F(MemoryCommands, PinsSetAndGetIgnoringTheUnusedArgument) {
+TEST_F(MemoryCommands, PinsIgnoringTheUnusedArgumentAndTheCalibrationRoundTrip) {
     EXPECT_EQ(SetPIN(1, 0x1234), 1);
     EXPECT_EQ(SetPIN(0xDEADBEEF, 0x1234), 1);
     std::vector<Bytes> sets = commandsWithCode(board(), 0xF200);
@@ -128,6 +122,17 @@ TEST_F(MemoryCommands, PinsSetAndGetIgnoringTheUnusedArgument) {
     os::setLastError(77);
     EXPECT_EQ(outcome(GetPIN()), Outcome(0x1234, XDSP_ERROR_SUCCESS));
     EXPECT_EQ(capture.count(WIDE("Setting PINs 1234...\n")), 2u);
+
+    capture.clear();
+    Bytes block = countingBytes(40, 0x10);
+    EXPECT_EQ(outcome(WriteCalibrate(block.data())), Outcome(1, XDSP_ERROR_SUCCESS));
+    auto stored = board().calibrationBlock();
+    EXPECT_EQ(Bytes(stored.begin(), stored.end()), block);
+    GuardedBuffer read(XDSP_CALIBRATION_BLOCK_SIZE);
+    EXPECT_EQ(ReadCalibrate(read.data()), 1);
+    EXPECT_EQ(read.contents(), block);
+    EXPECT_TRUE(read.guardsIntact());
+    EXPECT_EQ(capture.pieces(), Lines{WIDE("Setting Calibrate...\n")});
 }
 
 TEST_F(MemoryCommands, TedsWriteThenReadBackWithAShortAnswer) {
@@ -164,16 +169,4 @@ TEST_F(MemoryCommands, TedsWriteThenReadBackWithAShortAnswer) {
     board().setErrorBit(true);
     EXPECT_EQ(WriteTEDS(492, nullptr, 0, read.data(), 4), 1);
     EXPECT_TRUE(capture.messageBoxes().empty());
-}
-
-TEST_F(MemoryCommands, CalibrationRoundTrip) {
-    Bytes block = countingBytes(40, 0x10);
-    EXPECT_EQ(outcome(WriteCalibrate(block.data())), Outcome(1, XDSP_ERROR_SUCCESS));
-    auto stored = board().calibrationBlock();
-    EXPECT_EQ(Bytes(stored.begin(), stored.end()), block);
-    GuardedBuffer read(XDSP_CALIBRATION_BLOCK_SIZE);
-    EXPECT_EQ(ReadCalibrate(read.data()), 1);
-    EXPECT_EQ(read.contents(), block);
-    EXPECT_TRUE(read.guardsIntact());
-    EXPECT_EQ(capture.pieces(), Lines{WIDE("Setting Calibrate...\n")});
 }

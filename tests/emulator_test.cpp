@@ -45,7 +45,7 @@ class EmulatorServer : public ::testing::Test {
     test::Text widePath;
 };
 
-TEST_F(EmulatorServer, ServesOneHostAtATimeUntilUnplugged) {
+TEST_F(EmulatorServer, ServesOneHostAtATimeUntilUnpluggedAndRefusesPathsItCannotServe) {
     BoardOptions options;
     options.reportPeriodMicros = 20000;
     Board board(options);
@@ -113,19 +113,17 @@ TEST_F(EmulatorServer, ServesOneHostAtATimeUntilUnplugged) {
     os::deviceClose(host);
     EXPECT_EQ(open(&error), nullptr);
     EXPECT_EQ(error, os::error::fileNotFound) << "stop removes the socket";
-}
 
-TEST_F(EmulatorServer, RefusesPathsItCannotServe) {
-    Board board;
-    emu::VirtualDeviceServer server(board);
-    EXPECT_FALSE(server.start(std::string(200, 'x')));
-    EXPECT_FALSE(server.error().empty());
+    // Paths it cannot serve.
+    emu::VirtualDeviceServer other(board);
+    EXPECT_FALSE(other.start(std::string(200, 'x')));
+    EXPECT_FALSE(other.error().empty());
 
     std::string filePath = ::testing::TempDir() + "xdsp-emu-test-file";
     std::FILE *file = std::fopen(filePath.c_str(), "w");
     ASSERT_NE(file, nullptr);
     std::fclose(file);
-    EXPECT_FALSE(server.start(filePath)) << "a file that is not a socket stays";
+    EXPECT_FALSE(other.start(filePath)) << "a file that is not a socket stays";
     std::remove(filePath.c_str());
 
     BoardOptions huge;
@@ -135,9 +133,6 @@ TEST_F(EmulatorServer, RefusesPathsItCannotServe) {
     EXPECT_FALSE(hugeServer.start(path));
 }
 
-} // namespace
-
-namespace {
 // One SPI transfer command as the host stages it: readLength at 23, the write
 // length at 25 and the data from 27.
 Report spiCommand(uint8_t sequence, uint16_t readLength, const Report &data) {

@@ -71,7 +71,7 @@ std::vector<uint8_t> stored(const uint8_t *store, size_t count) {
 }
 } // namespace
 
-TEST(ReportFormat, ChecksumsOfTheDocumentedExamples) {
+TEST(ReportFormat, ChecksumsOfKnownReports) {
     uint8_t report[32] = {};
     buildOutputHeader(report, command::init, 0, 0x1FE);
     EXPECT_EQ(readWord(report, output::checksum), 0xCBAD);
@@ -105,9 +105,7 @@ TEST(InputAcceptance, MagicChecksumAndSequenceGateTheDispatch) {
 
     auto good = inputReport(0xF030, 0x10);
     writeWord(good.data(), 24, 3);
-    good[28] = 1;
-    good[29] = 2;
-    good[30] = 3;
+    std::memcpy(good.data() + 28, "\1\2\3", 3);
     EXPECT_TRUE(run.accept(good));
     EXPECT_EQ(stored(shared.responseBuffer, 3), (std::vector<uint8_t>{1, 2, 3}));
     EXPECT_EQ(run.lastSequence(), 0x10);
@@ -136,7 +134,7 @@ TEST(InputAcceptance, MagicChecksumAndSequenceGateTheDispatch) {
     EXPECT_TRUE(another.accept(first));
 }
 
-TEST(ResponseDispatch, LengthLimitsAndCorruptedLengthLines) {
+TEST(ResponseDispatch, LengthLimitsCorruptedLengthsAndFixedSizeRecords) {
     Capture capture;
     AcceptanceRun run;
     uint8_t sequence = 0;
@@ -171,34 +169,29 @@ TEST(ResponseDispatch, LengthLimitsAndCorruptedLengthLines) {
         EXPECT_EQ(stored(each.store, each.most), std::vector<uint8_t>(each.most, fill));
         EXPECT_EQ(capture.pieces(), Lines{each.corrupted});
     }
-}
 
-TEST(ResponseDispatch, FixedSizeRecordsAndTheProductNameLine) {
-    Capture capture;
-    AcceptanceRun run;
-    uint8_t sequence = 0x40;
+    // Fixed-size records are stored whole; the product name's comes with its line.
+    capture.clear();
     const struct {
         uint16_t code;
         uint8_t *store;
         size_t size;
-    } cases[] = {{0xF000, shared.productNameRecord, XDSP_PRODUCT_NAME_RECORD_SIZE},
-                 {0xF001, shared.layoutRecord, XDSP_LAYOUT_RECORD_SIZE},
-                 {0xF100, shared.pellixRecord, XDSP_PELLIX_RECORD_SIZE},
-                 {0xF201, shared.pinRecord, 500},
-                 {0xF225, shared.calibrationRecord, XDSP_CALIBRATION_BLOCK_SIZE}};
-    for (const auto &each : cases) {
+    } records[] = {{0xF000, shared.productNameRecord, XDSP_PRODUCT_NAME_RECORD_SIZE},
+                   {0xF001, shared.layoutRecord, XDSP_LAYOUT_RECORD_SIZE},
+                   {0xF100, shared.pellixRecord, XDSP_PELLIX_RECORD_SIZE},
+                   {0xF201, shared.pinRecord, 500},
+                   {0xF225, shared.calibrationRecord, XDSP_CALIBRATION_BLOCK_SIZE}};
+    for (const auto &each : records) {
         auto report = inputReport(each.code, sequence++);
         for (size_t i = 0; i < 500; ++i)
             report[input::payload + i] = static_cast<uint8_t>(i + 1);
         std::memcpy(report.data() + input::payload + 16, "Board X\0", 8);
-        std::vector<uint8_t> expected(report.begin() + input::payload,
-                                      report.begin() + input::payload +
-                                          static_cast<std::ptrdiff_t>(each.size));
+        auto payload = report.begin() + input::payload;
+        std::vector<uint8_t> expected(payload, payload + static_cast<std::ptrdiff_t>(each.size));
         EXPECT_TRUE(run.accept(report)) << std::hex << each.code;
         EXPECT_EQ(stored(each.store, each.size), expected) << std::hex << each.code;
     }
-    Lines expectedLine = {WIDE("HID: ProductName: "), WIDE("Board X"), WIDE("\n")};
-    EXPECT_EQ(capture.pieces(), expectedLine);
+    EXPECT_EQ(capture.pieces(), (Lines{WIDE("HID: ProductName: "), WIDE("Board X"), WIDE("\n")}));
 
     auto unknown = inputReport(0xF0AA, sequence++);
     EXPECT_FALSE(run.accept(unknown)) << "an unknown code sets no event";

@@ -24,7 +24,7 @@ void closeDevice(xdsp_handle device) {
 }
 } // namespace
 
-TEST(OpenClose, CloseWithNothingOpenAndFailedOpens) {
+TEST(OpenClose, CloseWithNothingOpenFailedOpensAndASecondHandle) {
     Capture capture;
     os::setLastError(0);
     EXPECT_EQ(outcome(DestroyHIDUSBPacket()), Outcome(0, XDSP_ERROR_NOT_OPEN));
@@ -49,10 +49,8 @@ TEST(OpenClose, CloseWithNothingOpenAndFailedOpens) {
     EXPECT_EQ(outcome(OpenUSBHIDDevice(nullptr) != nullptr),
               Outcome(0, XDSP_ERROR_INVALID_PARAMETER));
     EXPECT_EQ(IsOnline(), 0);
-}
 
-TEST(OpenClose, OpensReportsLengthsAndRefusesASecondHandle) {
-    Capture capture;
+    // An open device reports its lengths and refuses a second handle.
     EmulatedBoard emulated;
     xdsp_handle device = OpenUSBHIDDevicePath(emulated.path().c_str());
     ASSERT_NE(device, nullptr);

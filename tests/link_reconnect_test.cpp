@@ -33,10 +33,7 @@ TEST_F(Reconnect, MessageBoxAfterThirtyOneAttemptsInARow) {
     emulated.server().unplug();
     // One attempt at once, then one a second: the 31st comes after about 30 s.
     ASSERT_TRUE(capture.waitForMessageBoxes(1, 40000));
-    std::vector<MessageBoxCall> boxes = capture.messageBoxes();
-    EXPECT_EQ(boxes[0].text, Text(WIDE("Error on HID")));
-    EXPECT_EQ(boxes[0].caption, Text(WIDE("XMOS")));
-    EXPECT_EQ(boxes[0].style, 48u);
+    EXPECT_EQ(errorBoxTexts(capture, WIDE("XMOS"), 48), Lines{WIDE("Error on HID")});
     EXPECT_EQ(capture.count(WIDE("HID::Reopening HID\n")), 31u);
     EXPECT_EQ(DestroyHIDUSBPacket(), 1) << "a reconnecting link is still open";
     EXPECT_EQ(capture.count(WIDE("Forcably terminating HID thread.\n")), 0u)

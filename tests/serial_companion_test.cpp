@@ -178,7 +178,7 @@ TEST(SerialCompanion, FollowsTheParentInterfaceToItsSiblingOnInterfaceZero) {
     EXPECT_EQ(lookUp(&noSibling, compositeHid), nothing);
 }
 
-TEST(SerialCompanion, DeviceLevelParentTakesPrecedence) {
+TEST(SerialCompanion, DeviceLevelParentTakesPrecedenceAndWithoutKeysNothingIsFound) {
     const Char16 *hidPath = WIDE("\\\\?\\hid#vid_20b1&pid_0103&mi_01#7&1f0e3a2&0&0001#{guid}");
     // What the interface-level search would find.
     const std::initializer_list<Entry> interfaceLevel = {
@@ -199,9 +199,8 @@ TEST(SerialCompanion, DeviceLevelParentTakesPrecedence) {
 
     FakeRegistry withoutDevice(interfaceLevel);
     EXPECT_EQ(lookUp(&withoutDevice, hidPath).first, "\\\\.\\COM9");
-}
 
-TEST(SerialCompanion, FindsNothingWithoutKeysInstanceOrReadableValue) {
+    // No keys, no registry, no instance, or a value too long to read: nothing.
     FakeRegistry empty;
     EXPECT_EQ(lookUp(&empty, directHid), nothing);
     EXPECT_EQ(lookUp(nullptr, directHid), nothing) << "a system without a registry";
@@ -220,25 +219,22 @@ TEST(SerialCompanion, FindsNothingWithoutKeysInstanceOrReadableValue) {
 TEST(SerialCompanion, TakesThePortNameFromTheFriendlyName) {
     const std::string upTo63 = std::string(57, 'n') + "(COM1)";
     const std::string past63 = std::string(70, 'n') + " (COM21)";
-    const struct {
-        std::string friendlyName;
-        Found found;
-    } cases[] = {
-        {"No parenthesis", {"\\\\.\\", "No parenthesis"}},
-        {"Serial ( ( (COM12)", {"\\\\.\\COM12", "Serial ( ( (COM12)"}},
-        {"Serial (COM3", {"\\\\.\\COM3", "Serial (COM3"}},
-        {"(COM2) (COM4)", {"\\\\.\\COM2", "(COM2) (COM4)"}},
-        {"Empty ()", {"\\\\.\\", "Empty ()"}},
-        {"Long (ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789)",
-         {"\\\\.\\ABCDEFGHIJKLMNOPQRSTUVWXYZ012345",
-          "Long (ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789)"}},
-        {upTo63, {"\\\\.\\COM1", upTo63}},
+    // The friendly name and the port it gives; the caller gets the name cut to 63.
+    const std::pair<std::string, std::string> cases[] = {
+        {"No parenthesis", ""},
+        {"Serial ( ( (COM12)", "COM12"},
+        {"Serial (COM3", "COM3"},
+        {"(COM2) (COM4)", "COM2"},
+        {"Empty ()", ""},
+        {"Long (ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789)", "ABCDEFGHIJKLMNOPQRSTUVWXYZ012345"},
+        {upTo63, "COM1"},
         // Cut for the caller, but the port comes from the whole name.
-        {past63, {"\\\\.\\COM21", past63.substr(0, 63)}},
+        {past63, "COM21"},
     };
-    for (const auto &c : cases) {
-        FakeRegistry registry = directDevice(c.friendlyName);
-        EXPECT_EQ(lookUp(&registry, directHid), c.found) << c.friendlyName;
+    for (const auto &[friendlyName, port] : cases) {
+        FakeRegistry registry = directDevice(friendlyName);
+        EXPECT_EQ(lookUp(&registry, directHid), Found("\\\\.\\" + port, friendlyName.substr(0, 63)))
+            << friendlyName;
     }
 }
 

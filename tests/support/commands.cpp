@@ -50,11 +50,11 @@ uint32_t elapsedMs(uint32_t start) {
     return os::tickMs() - start;
 }
 
-Lines errorBoxTexts(const Capture &capture) {
+Lines errorBoxTexts(const Capture &capture, const Text &caption, uint32_t style) {
     Lines texts;
     for (const MessageBoxCall &box : capture.messageBoxes()) {
-        EXPECT_EQ(box.caption, Text(WIDE("Error")));
-        EXPECT_EQ(box.style, 0u);
+        EXPECT_EQ(box.caption, caption);
+        EXPECT_EQ(box.style, style);
         texts.push_back(box.text);
     }
     return texts;

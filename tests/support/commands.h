@@ -43,8 +43,10 @@ using Outcome = std::pair<int64_t, uint32_t>;
 inline Outcome outcome(int64_t result) {
     return {result, os::lastError()};
 }
-// The texts of the message boxes shown, each checked to be an error box.
-Lines errorBoxTexts(const Capture &capture);
+// The texts of the message boxes shown, each checked to have this caption and
+// style (an error box unless told).
+Lines errorBoxTexts(const Capture &capture, const Text &caption = WIDE("Error"),
+                    uint32_t style = 0);
 
 // A caller's buffer with guard bytes on both sides, to see that nothing is
 // written outside it.

@@ -7,6 +7,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 
 namespace xdsp::test {
 
@@ -29,6 +30,15 @@ class EmulatedBoard {
     std::unique_ptr<emu::Board> board_;
     std::unique_ptr<emu::VirtualDeviceServer> server_;
 };
+
+// Options for a board with a boot loader behind its SPI bus.
+inline emu::BoardOptions boardWithBootLoader(emu::BootLoaderOptions bootLoader = {},
+                                             std::string productName = "XDSP Virtual Board") {
+    emu::BoardOptions options;
+    options.bootLoader = std::move(bootLoader);
+    options.productName = std::move(productName);
+    return options;
+}
 
 // A device path where nothing serves.
 Text absentDevicePath();

@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace xdsp::test {
@@ -65,6 +66,17 @@ inline size_t expectExchange(const std::vector<SpiTransfer> &transfers, size_t a
     if (at + 1 < transfers.size())
         expectTransfer(transfers[at + 1], readPrefix, replyLength, mask, settingB);
     return at + 2;
+}
+
+// The peer heard these commands with their reply lengths, each with busy
+// mask 2 and this setting B, and no other command transfer.
+inline void expectExchanges(const ScriptedPeer &peer, bool prefix, uint16_t settingB,
+                            const std::vector<std::pair<Bytes, size_t>> &expected) {
+    std::vector<SpiTransfer> sent = peer.commandTransfers();
+    size_t at = 0;
+    for (const auto &[command, replyLength] : expected)
+        at = expectExchange(sent, at, prefix, command, replyLength, 2, settingB);
+    EXPECT_EQ(sent.size(), at);
 }
 
 // Cases that run once with the read prefix and once without.

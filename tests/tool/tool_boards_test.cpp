@@ -4,7 +4,6 @@
 #include "xdsp/xdsp.h"
 
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <chrono>
@@ -36,17 +35,15 @@ TEST(ToolBoards, ListShowsRunningEmulatorsAndIndexChoosesOne) {
     emu::BoardOptions first = withBootLoader(), second = withBootLoader();
     first.productName = "First Bench";
     second.productName = "Second Bench";
-    ServedBoard one(first, emulatorPath(1));
-    leaveStaleSocket(emulatorPath(2));
-    ServedBoard three(second, emulatorPath(3));
-    ASSERT_TRUE(one.started() && three.started());
+    // 10 after 2: the numbers' order, not the names'.
+    ServedBoard two(first, emulatorPath(2));
+    leaveStaleSocket(emulatorPath(3));
+    ServedBoard ten(second, emulatorPath(10));
 
-    Outcome list = runTool("list");
-    EXPECT_EQ(list.exitCode, 0) << list.text;
-    EXPECT_TRUE(contains(list, "Running emulators:")) << list.text;
-    EXPECT_FALSE(contains(list, emulatorPath(2))) << list.text;
-    size_t firstRow = list.text.find(emulatorPath(1));
-    size_t secondRow = list.text.find(emulatorPath(3));
+    Outcome list = expectRun(runTool("list"), 0, {"Running emulators:"});
+    EXPECT_FALSE(contains(list, emulatorPath(3))) << list.text;
+    size_t firstRow = list.text.find(emulatorPath(2));
+    size_t secondRow = list.text.find(emulatorPath(10));
     ASSERT_NE(firstRow, std::string::npos) << list.text;
     ASSERT_NE(secondRow, std::string::npos) << list.text;
     EXPECT_LT(firstRow, secondRow);
@@ -57,9 +54,7 @@ TEST(ToolBoards, ListShowsRunningEmulatorsAndIndexChoosesOne) {
     std::string index = contains(list, "No board attached") ? "1" : "";
     if (index.empty())
         GTEST_SKIP() << "boards are attached; their number sets the emulators' index";
-    Outcome chosen = runTool("info --index " + index);
-    EXPECT_EQ(chosen.exitCode, 0) << chosen.text;
-    EXPECT_TRUE(contains(chosen, "Product: Second Bench")) << chosen.text;
+    expectRun(runTool("info --index " + index), 0, {"Product: Second Bench"});
     EXPECT_EQ(runTool("info --index 7").exitCode, 69);
 }
 
@@ -76,18 +71,14 @@ TEST(ToolBoards, AllRunsEveryBoardSideBySideAndReportsTheFaultyOne) {
     ServedBoard one(options[0], emulatorPath(1));
     ServedBoard two(options[1], emulatorPath(2));
     ServedBoard three(options[2], emulatorPath(3));
-    ASSERT_TRUE(one.started() && two.started() && three.started());
     TestFile file(4000, 9);
 
-    Outcome upload = runTool("-v upload " + file.path() + " -f 0 --all");
-    EXPECT_EQ(upload.exitCode, 65) << upload.text;
-    EXPECT_TRUE(contains(upload, "[" + emulatorPath(1) + "] Uploaded 4000 bytes")) << upload.text;
-    EXPECT_TRUE(contains(upload, "[" + emulatorPath(2) + "] xdsp: checksum differs"))
-        << upload.text;
-    for (unsigned board = 1; board <= 3; ++board)
-        EXPECT_TRUE(contains(upload, "[" + emulatorPath(board) + "] HID: ProductName: Bench " +
-                                         std::to_string(board)))
-            << upload.text;
+    Outcome upload = expectRun(runTool("-v upload " + file.path() + " -f 0 --all"), 65,
+                               {"[" + emulatorPath(1) + "] Uploaded 4000 bytes",
+                                "[" + emulatorPath(2) + "] xdsp: checksum differs",
+                                "[" + emulatorPath(1) + "] HID: ProductName: Bench 1",
+                                "[" + emulatorPath(2) + "] HID: ProductName: Bench 2",
+                                "[" + emulatorPath(3) + "] HID: ProductName: Bench 3"});
     EXPECT_FALSE(contains(upload, "[" + emulatorPath(1) + "] HID: ProductName: Bench 2"));
     std::vector<std::string> rows;
     for (const std::string &line : lines(upload.text))
@@ -107,9 +98,7 @@ TEST(ToolBoards, AllRunsEveryBoardSideBySideAndReportsTheFaultyOne) {
     double elapsed =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
     EXPECT_EQ(json.exitCode, 65) << json.text;
-    std::vector<nlohmann::json> events;
-    for (const std::string &line : lines(json.text))
-        events.push_back(nlohmann::json::parse(line)); // throws on a line that is not JSON
+    std::vector<nlohmann::json> events = jsonLines(json.text);
     ASSERT_GE(events.size(), 2u);
     // One result event per board, then the summary and the process's own.
     EXPECT_EQ(std::count_if(events.begin(), events.end(),
@@ -131,15 +120,13 @@ TEST(ToolBoards, AllRunsEveryBoardSideBySideAndReportsTheFaultyOne) {
 
 TEST(ToolBoards, IfChangedSendsNothingForTheSameFile) {
     ServedBoard served(withBootLoader());
-    ASSERT_TRUE(served.started());
     TestFile file(9000, 13), changed(9000, 17);
     EXPECT_EQ(served.run("upload " + file.path() + " -f 6 --if-changed").exitCode, 0);
     uint32_t sent = served.dataPackets();
     EXPECT_GT(sent, 0u);
 
-    Outcome again = served.run("upload " + file.path() + " -f 6 --if-changed");
-    EXPECT_EQ(again.exitCode, 0) << again.text;
-    EXPECT_TRUE(contains(again, "file 6 unchanged, skipped")) << again.text;
+    expectRun(served.run("upload " + file.path() + " -f 6 --if-changed"), 0,
+              {"file 6 unchanged, skipped"});
     EXPECT_EQ(served.dataPackets(), sent);
 
     // Same length, other bytes; and the same bytes at another index.
@@ -152,15 +139,13 @@ TEST(ToolBoards, IfChangedSendsNothingForTheSameFile) {
 
 TEST(ToolBoards, BuiltInEmulatorKeepsItsFlashUntilReset) {
     TestFile file(1500, 3);
-    Outcome upload = runTool("--emulator upload " + file.path() + " -f 5 -n kept.bin");
-    EXPECT_EQ(upload.exitCode, 0) << upload.text;
-    EXPECT_TRUE(contains(upload, "Using the built-in emulator")) << upload.text;
-    Outcome ls = runTool("ls --emulator");
-    EXPECT_TRUE(contains(ls, "kept.bin")) << ls.text;
+    expectRun(runTool("--emulator upload " + file.path() + " -f 5 -n kept.bin"), 0,
+              {"Using the built-in emulator"});
+    expectRun(runTool("ls --emulator"), 0, {"kept.bin"});
 
-    Outcome reset = runTool("emu --reset-flash");
-    EXPECT_EQ(reset.exitCode, 0) << reset.text;
-    EXPECT_TRUE(contains(reset, "Cleared the built-in emulator's flash")) << reset.text;
-    Outcome empty = runTool("--emulator ls");
-    EXPECT_TRUE(contains(empty, "No files.")) << empty.text;
+    expectRun(runTool("emu --reset-flash"), 0, {"Cleared the built-in emulator's flash"});
+    expectRun(runTool("--emulator ls"), 0, {"No files."});
+
+    // It runs the audio firmware too.
+    expectRun(runTool("--emulator audio file 2"), 0, {"File 2: Studio B"});
 }

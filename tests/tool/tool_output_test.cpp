@@ -3,52 +3,16 @@
 #include "xdsp/xdsp.h"
 
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 
 using namespace xdsp;
 using namespace tooltest;
 
-namespace {
-std::vector<nlohmann::json> jsonLines(const std::string &text) {
-    std::vector<nlohmann::json> events;
-    for (const std::string &line : lines(text))
-        events.push_back(nlohmann::json::parse(line)); // throws on a line that is not JSON
-    return events;
-}
-} // namespace
-
-TEST(ToolOutput, TerminalRedrawsTheBarInPlaceOnlyWhenItChanges) {
-    ServedBoard served(withBootLoader());
-    ASSERT_TRUE(served.started());
-    TestFile file(6000, 3);
-    Outcome upload = runToolOnTerminal("upload " + file.path() + " -f 1 -d " + served.path());
-    EXPECT_EQ(upload.exitCode, 0) << upload.text;
-    const std::string redraw = "\r\033[K";
-    std::vector<std::string> drawn;
-    for (size_t at = upload.text.find(redraw); at != std::string::npos;) {
-        size_t next = upload.text.find(redraw, at + redraw.size());
-        size_t end = std::min(next, upload.text.find('\n', at));
-        drawn.push_back(upload.text.substr(at + redraw.size(), end - at - redraw.size()));
-        at = next;
-    }
-    ASSERT_GE(drawn.size(), 5u) << upload.text;
-    for (size_t i = 1; i < drawn.size(); ++i)
-        EXPECT_NE(drawn[i], drawn[i - 1]) << "drawn twice alike";
-    EXPECT_NE(drawn.front().find("Uploading ["), std::string::npos) << drawn.front();
-    EXPECT_NE(drawn.back().find("100%"), std::string::npos) << drawn.back();
-    EXPECT_NE(drawn.back().find("/s"), std::string::npos) << drawn.back();
-    EXPECT_NE(drawn.back().find("left"), std::string::npos) << drawn.back();
-    EXPECT_TRUE(contains(upload, "Uploaded 6000 bytes as file 1")) << upload.text;
-}
-
 // Rate and time left read "--" until data has gone out for a while, then stay
 // known.
-TEST(ToolOutput, PipeGetsPlainLinesAndQuietOnlyTheResult) {
+TEST(ToolOutput, PipeGetsPlainLinesQuietOnlyTheResultAndATerminalItsBar) {
     ServedBoard served(withBootLoader());
-    ASSERT_TRUE(served.started());
     TestFile file(12000, 5);
-    Outcome upload = served.run("upload " + file.path() + " -f 2");
-    EXPECT_EQ(upload.exitCode, 0) << upload.text;
+    Outcome upload = expectRun(served.run("upload " + file.path() + " -f 2"), 0);
     EXPECT_EQ(upload.text.find('\r'), std::string::npos);
     EXPECT_EQ(upload.text.find('\033'), std::string::npos);
     int steps = 0, lastPercent = -1;
@@ -70,15 +34,33 @@ TEST(ToolOutput, PipeGetsPlainLinesAndQuietOnlyTheResult) {
     EXPECT_EQ(lastPercent, 100);
     EXPECT_TRUE(rateKnown) << upload.text;
 
-    Outcome quiet = served.run("--quiet upload " + file.path() + " -f 2");
-    EXPECT_EQ(quiet.exitCode, 0) << quiet.text;
+    Outcome quiet = expectRun(served.run("--quiet upload " + file.path() + " -f 2"), 0,
+                              {"Uploaded 12000 bytes as file 2"});
     EXPECT_EQ(lines(quiet.text).size(), 1u) << quiet.text;
-    EXPECT_TRUE(contains(quiet, "Uploaded 12000 bytes as file 2")) << quiet.text;
+
+    // A terminal: the bar is redrawn in place, only when it changes.
+    TestFile shorter(6000, 3);
+    Outcome terminal =
+        expectRun(runToolOnTerminal("upload " + shorter.path() + " -f 1 -d " + served.path()), 0,
+                  {"Uploaded 6000 bytes as file 1"});
+    const std::string redraw = "\r\033[K";
+    std::vector<std::string> drawn;
+    for (size_t at = terminal.text.find(redraw); at != std::string::npos;) {
+        size_t next = terminal.text.find(redraw, at + redraw.size());
+        size_t end = std::min(next, terminal.text.find('\n', at));
+        drawn.push_back(terminal.text.substr(at + redraw.size(), end - at - redraw.size()));
+        at = next;
+    }
+    ASSERT_GE(drawn.size(), 5u) << terminal.text;
+    for (size_t i = 1; i < drawn.size(); ++i)
+        EXPECT_NE(drawn[i], drawn[i - 1]) << "drawn twice alike";
+    EXPECT_NE(drawn.front().find("Uploading ["), std::string::npos) << drawn.front();
+    for (const char *part : {"100%", "/s", "left"})
+        EXPECT_NE(drawn.back().find(part), std::string::npos) << part << " in " << drawn.back();
 }
 
 TEST(ToolOutput, JsonLinesAgreeWithWhatTheLibraryReports) {
     ServedBoard served(withBootLoader());
-    ASSERT_TRUE(served.started());
     TestFile file(5000, 11);
     Outcome upload =
         served.run("upload " + file.path() + " -f 4 -n json.bin --json", Capture::outputOnly);
@@ -131,8 +113,8 @@ TEST(ToolOutput, JsonLinesAgreeWithWhatTheLibraryReports) {
     EXPECT_EQ(files[0]["name"], "json.bin");
     EXPECT_EQ(files[0]["type"], "Data");
 
-    Outcome absent = runTool("--json info -d " + served.path() + "-gone", Capture::outputOnly);
-    EXPECT_EQ(absent.exitCode, 69);
+    Outcome absent =
+        expectRun(runTool("--json info -d " + served.path() + "-gone", Capture::outputOnly), 69);
     std::vector<nlohmann::json> failed = jsonLines(absent.text);
     ASSERT_EQ(failed.size(), 2u) << absent.text;
     EXPECT_EQ(failed[0]["event"], "error");

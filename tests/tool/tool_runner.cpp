@@ -2,6 +2,8 @@
 
 #include "bootloader/boot_loader.h"
 
+#include <gtest/gtest.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -104,7 +106,8 @@ ServedBoard::ServedBoard(xdsp::emu::BoardOptions options, std::string path)
     static int made = 0;
     if (path_.empty())
         path_ = testFolder() + "/board-" + std::to_string(++made) + ".sock";
-    started_ = server_.start(path_);
+    // A board that cannot be served fails the case that wanted it.
+    EXPECT_TRUE(server_.start(path_)) << path_ << ": " << server_.error();
 }
 
 Outcome ServedBoard::run(const std::string &arguments, Capture capture) {
@@ -133,12 +136,26 @@ bool contains(const Outcome &outcome, const std::string &text) {
     return outcome.text.find(text) != std::string::npos;
 }
 
+Outcome expectRun(Outcome outcome, int exitCode, std::initializer_list<std::string> texts) {
+    EXPECT_EQ(outcome.exitCode, exitCode) << outcome.text;
+    for (const std::string &text : texts)
+        EXPECT_TRUE(contains(outcome, text)) << "no \"" << text << "\" in:\n" << outcome.text;
+    return outcome;
+}
+
 std::vector<std::string> lines(const std::string &text) {
     std::vector<std::string> result;
     std::istringstream in(text);
     for (std::string line; std::getline(in, line);)
         result.push_back(line);
     return result;
+}
+
+std::vector<nlohmann::json> jsonLines(const std::string &text) {
+    std::vector<nlohmann::json> parsed;
+    for (const std::string &line : lines(text))
+        parsed.push_back(nlohmann::json::parse(line));
+    return parsed;
 }
 
 } // namespace tooltest

@@ -5,6 +5,9 @@
 #include "board.h"
 #include "virtual_device_server.h"
 
+#include <nlohmann/json.hpp>
+
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -38,12 +41,12 @@ class TestFile {
     std::string path_;
 };
 
-// A board served at a fresh path (or at path) for the tool to open.
+// A board served at a fresh path (or at path) for the tool to open; a failure
+// to serve it fails the case.
 class ServedBoard {
   public:
     explicit ServedBoard(xdsp::emu::BoardOptions options = {}, std::string path = {});
     xdsp::emu::Board &board() { return board_; }
-    bool started() const { return started_; }
     const std::string &path() const { return path_; }
     Outcome run(const std::string &arguments, Capture capture = Capture::everything);
     // File data packets the boot loader heard.
@@ -53,12 +56,16 @@ class ServedBoard {
     xdsp::emu::Board board_;
     xdsp::emu::VirtualDeviceServer server_;
     std::string path_;
-    bool started_ = false;
 };
 
 xdsp::emu::BoardOptions withBootLoader();
 std::vector<uint8_t> contentsOf(const std::string &path);
 bool contains(const Outcome &outcome, const std::string &text);
+// Checks the exit code and that each text shows in the output, quoting the
+// output on a failure. Returns the outcome for further checks.
+Outcome expectRun(Outcome outcome, int exitCode, std::initializer_list<std::string> texts = {});
 std::vector<std::string> lines(const std::string &text);
+// Each line parsed as JSON; throws on a line that is not.
+std::vector<nlohmann::json> jsonLines(const std::string &text);
 
 } // namespace tooltest
