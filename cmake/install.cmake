@@ -58,16 +58,11 @@ set(xdsp_pc_fields "
 # import library only what a program calls.
 if(WIN32)
   string(APPEND xdsp_pc_fields "
-  set(XDSP_PC_LIBS \"-lxdsp -lxdsp_board\")")
-else()
-  string(APPEND xdsp_pc_fields "
-  set(XDSP_PC_LIBS \"-lxdsp\")")
-endif()
-if(WIN32)
-  string(APPEND xdsp_pc_fields "
+  set(XDSP_PC_LIBS \"-lxdsp -lxdsp_board\")
   set(XDSP_PC_PREFIX \"\\\${pcfiledir}/../..\")")
 else()
   string(APPEND xdsp_pc_fields "
+  set(XDSP_PC_LIBS \"-lxdsp\")
   set(XDSP_PC_PREFIX \"\${CMAKE_INSTALL_PREFIX}\")")
 endif()
 install(CODE "${xdsp_pc_fields}
