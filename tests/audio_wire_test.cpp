@@ -67,7 +67,6 @@ TEST_P(AudioWire, ValueCommandsSendOneWordAndReadTheResult) {
     EXPECT_EQ(Halvio_Mute(5), 0x1234);
     EXPECT_EQ(Halvio_Mute(0), 0x1234);
     EXPECT_EQ(Halvio_LineOut(-3), 0x1234);
-    EXPECT_EQ(Halvio_Source(7), 0x1234);
     EXPECT_EQ(Halvio_Source(12), 0x1234);
     EXPECT_EQ(Halvio_LoadFilter(9), 0x1234);
     EXPECT_EQ(Halvio_LoadAlgorithm(0xAB), 0x1234);
@@ -79,7 +78,6 @@ TEST_P(AudioWire, ValueCommandsSendOneWordAndReadTheResult) {
                     {{user({0x3C, 0x01, 0x00, 0x01}), 10},
                      {user({0x3C, 0x01, 0x00, 0x00}), 10},
                      {user({0x3B, 0x01, 0x00, 0x01}), 10},
-                     {user({0x3A, 0x01, 0x00, 0x07}), 10},
                      {user({0x3A, 0x01, 0x00, 0x01, 0x32}), 10},
                      {user({0x3D, 0x01, 0x00, 0x09}), 10},
                      {user({0x3E, 0x01, 0x00, 0xAB}), 10},
