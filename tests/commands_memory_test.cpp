@@ -76,12 +76,10 @@ TEST_F(MemoryCommands, ErrorBitFailsEachCommandWithItsBox) {
     EXPECT_EQ(capture.messageBoxes().size(), 6u);
 }
 
-TEST_F(MemoryCommands, BusyWaitBoundsAreOneSecondForWritesAndHalfASecondForReads) {
+TEST_F(MemoryCommands, BusyWaitBoundIsHalfASecondForReads) {
     const uint8_t data[2] = {7, 7};
     ASSERT_TRUE(emulated.holdBusyUntilSeen());
-    EXPECT_GE(millisOf([&] { EXPECT_EQ(WriteFLASH(0x100, 0, data, 2), 1); }), 1200u)
-        << "the bound and the pause after success";
-    EXPECT_EQ(capture.count(WIDE("Done.  (timeout)\n")), 1u);
+    ASSERT_EQ(WriteFLASH(0x100, 0, data, 2), 1);
 
     BusyRelease release{&board(), 0xF020};
     uint32_t error = 0;

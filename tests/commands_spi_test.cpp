@@ -64,7 +64,7 @@ TEST_F(SpiTransfer, StagesThePayloadByteForByteAndZeroFillsWhatWasNotDelivered) 
     EXPECT_TRUE(large.guardsIntact());
 }
 
-TEST(SpiBusyWait, EndsWhenTheBoardIsIdleOrAfterOneSecond) {
+TEST(SpiBusyWait, EndsWhenTheBoardIsIdle) {
     Capture capture;
     emu::BoardOptions options;
     options.commandBusyMillis = 30;
@@ -79,17 +79,6 @@ TEST(SpiBusyWait, EndsWhenTheBoardIsIdleOrAfterOneSecond) {
     EXPECT_EQ(capture.pieces(), (Lines{WIDE("Writing to SPI...\n"),
                                        WIDE("Waiting for previous command to complete..."),
                                        WIDE("Done.\n"), WIDE("SPI Complete.\n")}));
-
-    ASSERT_TRUE(emulated.holdBusyUntilSeen());
-    capture.clear();
-    size_t sentBefore = commandsWithCode(emulated.board(), 0xF030).size();
-    uint32_t took = millisOf([] { EXPECT_EQ(WriteSPIEx(2, 2, 0, 3, 50, rd, 2, nullptr, 0), 1); });
-    EXPECT_GE(took, 1000u);
-    EXPECT_LT(took, 4000u);
-    EXPECT_TRUE(hasPieces(capture, {WIDE("Waiting for previous command to complete..."),
-                                    WIDE("Done.  (timeout)\n")}));
-    EXPECT_FALSE(awaitCommand(emulated.board(), 0xF030, sentBefore + 1).empty())
-        << "the transfer goes out after the bound";
 }
 
 TEST_F(SpiTransfer, BatchStagesListTerminatorAndDataBlock) {
