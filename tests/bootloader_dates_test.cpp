@@ -96,9 +96,7 @@ TEST(OleDates, FieldsAreTakenAsTheSystemConversionTakesThem) {
     EXPECT_EQ(bitsOf(dateOf(2024, 3, 1, 13, 4, 69)), 0x40e6251172a1907fu);
     EXPECT_EQ(bitsOf(dateOf(2024, 3, 1, 23, 59, 59)), 0x40e6251fffe7ba38u) << "part by part";
     EXPECT_EQ(bitsOf(dateOf(1899, 12, 30, 0, 0, 65535)), 0xbffffff3dd1baf99u);
-    EXPECT_EQ(bitsOf(dateOf(1899, 12, 30, 65535)), 0xbfff555555555556u);
     EXPECT_EQ(bitsOf(dateOf(2024, 3, 1, 32768)), 0x40e57a5555555555u);
-    EXPECT_EQ(bitsOf(dateOf(100, 1, 1, 32768)), 0xc1241ae155555555u);
     EXPECT_EQ(dateOf(2024, 3, 1, 32767), 46841.291666666664) << "four Decembers skipped";
     EXPECT_EQ(bitsOf(dateOf(2024, 3, 1, 32767, 32767, 32767)), 0x40e6dc5d44ee2cc0u)
         << "the minute wraps when the seconds carry into it";
