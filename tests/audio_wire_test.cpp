@@ -65,9 +65,7 @@ TEST_P(AudioWire, ValueCommandsSendOneWordAndReadTheResult) {
         return userReply({0x99, 0x77, 0x12, 0x34});
     });
     EXPECT_EQ(Halvio_Mute(5), 0x1234);
-    EXPECT_EQ(Halvio_Mute(0), 0x1234);
     EXPECT_EQ(Halvio_LineOut(-3), 0x1234);
-    EXPECT_EQ(Halvio_Source(7), 0x1234);
     EXPECT_EQ(Halvio_Source(12), 0x1234);
     EXPECT_EQ(Halvio_LoadFilter(9), 0x1234);
     EXPECT_EQ(Halvio_LoadAlgorithm(0xAB), 0x1234);
@@ -77,9 +75,7 @@ TEST_P(AudioWire, ValueCommandsSendOneWordAndReadTheResult) {
     // sends 0x10 and then '0'. The word count stays 1.
     expectExchanges(peer, prefix(), 50,
                     {{user({0x3C, 0x01, 0x00, 0x01}), 10},
-                     {user({0x3C, 0x01, 0x00, 0x00}), 10},
                      {user({0x3B, 0x01, 0x00, 0x01}), 10},
-                     {user({0x3A, 0x01, 0x00, 0x07}), 10},
                      {user({0x3A, 0x01, 0x00, 0x01, 0x32}), 10},
                      {user({0x3D, 0x01, 0x00, 0x09}), 10},
                      {user({0x3E, 0x01, 0x00, 0xAB}), 10},

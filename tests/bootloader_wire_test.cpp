@@ -255,7 +255,6 @@ TEST_P(BootWire, StatusRecordAlignment) {
     }
     EXPECT_EQ(peer.transfers().size(), sent.size()) << "no flush";
     filler = false;
-    EXPECT_EQ(XMOS_DSP_STAT(nullptr), 1);
     EXPECT_EQ(XMOS_DSP_STAT(status), 1);
     EXPECT_EQ(status[15], 0x0F1E2D3Cu);
 }

@@ -35,15 +35,13 @@ TEST_F(SpiTransfer, StagesThePayloadByteForByteAndZeroFillsWhatWasNotDelivered) 
     // Without a read the call returns once the command is staged, so each is
     // awaited on the board.
     size_t sent = 1;
-    for (int32_t flag : {1, -7}) {
-        EXPECT_EQ(WriteSPIEx(2, 2, flag, 3, 50, rd, 2, nullptr, 0), 1);
-        Bytes staged = awaitCommand(board(), 0xF030, ++sent);
-        ASSERT_FALSE(staged.empty());
-        EXPECT_EQ(link::readWord(staged.data(), 13), 0x0303);
-    }
+    EXPECT_EQ(WriteSPIEx(2, 2, -7, 3, 50, rd, 2, nullptr, 0), 1);
+    Bytes staged = awaitCommand(board(), 0xF030, ++sent);
+    ASSERT_FALSE(staged.empty());
+    EXPECT_EQ(link::readWord(staged.data(), 13), 0x0303);
     const uint8_t data[] = {9, 8, 7, 6};
     EXPECT_EQ(WriteSPI(2, 0, 3, 50, data, 4, reply, 0), 1);
-    Bytes staged = awaitCommand(board(), 0xF030, ++sent);
+    staged = awaitCommand(board(), 0xF030, ++sent);
     ASSERT_FALSE(staged.empty());
     EXPECT_EQ(link::readWord(staged.data(), 13), 0x0101);
     EXPECT_EQ(slice(staged, 19, 12), (Bytes{2, 0, 0, 0, 0, 0, 4, 0, 9, 8, 7, 6}));
@@ -66,7 +64,7 @@ TEST_F(SpiTransfer, StagesThePayloadByteForByteAndZeroFillsWhatWasNotDelivered) 
     EXPECT_TRUE(large.guardsIntact());
 }
 
-TEST(SpiBusyWait, EndsWhenTheBoardIsIdleOrAfterOneSecond) {
+TEST(SpiBusyWait, EndsWhenTheBoardIsIdle) {
     Capture capture;
     emu::BoardOptions options;
     options.commandBusyMillis = 30;
@@ -81,17 +79,6 @@ TEST(SpiBusyWait, EndsWhenTheBoardIsIdleOrAfterOneSecond) {
     EXPECT_EQ(capture.pieces(), (Lines{WIDE("Writing to SPI...\n"),
                                        WIDE("Waiting for previous command to complete..."),
                                        WIDE("Done.\n"), WIDE("SPI Complete.\n")}));
-
-    ASSERT_TRUE(emulated.holdBusyUntilSeen());
-    capture.clear();
-    size_t sentBefore = commandsWithCode(emulated.board(), 0xF030).size();
-    uint32_t took = millisOf([] { EXPECT_EQ(WriteSPIEx(2, 2, 0, 3, 50, rd, 2, nullptr, 0), 1); });
-    EXPECT_GE(took, 1000u);
-    EXPECT_LT(took, 4000u);
-    EXPECT_TRUE(hasPieces(capture, {WIDE("Waiting for previous command to complete..."),
-                                    WIDE("Done.  (timeout)\n")}));
-    EXPECT_FALSE(awaitCommand(emulated.board(), 0xF030, sentBefore + 1).empty())
-        << "the transfer goes out after the bound";
 }
 
 TEST_F(SpiTransfer, BatchStagesListTerminatorAndDataBlock) {
