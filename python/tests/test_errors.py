@@ -61,13 +61,6 @@ def test_format_refused_stops_the_upload(xdsp_board, caplog):
     assert warnings == [f"{xdsp_board.path}: Error in Format. Cancelling Upload."]
 
 
-@pytest.mark.xdsp_emulator("--silent")
-def test_silent_boot_loader_times_out(xdsp_board):
-    with pytest.raises(TimeoutError) as raised:
-        xdsp_board.bootloader.identify()
-    assert raised.value.status == xdsp.Status.NO_ANSWER
-
-
 def test_argument_refused_by_the_library(xdsp_board):
     with pytest.raises(xdsp.InvalidArgumentError) as raised:
         xdsp_board.spi(bytes(600), select=1)  # longer than an output report
