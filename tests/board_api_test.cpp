@@ -169,9 +169,7 @@ TEST(BoardApi, OpenRefusesWhatItCannotUse) {
     xdsp_upload upload = uploadOf({}, 15, "x");
     EXPECT_EQ(xdsp_board_upload(held.handle, &upload, nullptr, nullptr), invalid);
 
-    EXPECT_STREQ(xdsp_status_text(XDSP_STATUS_BUSY), "the board is open elsewhere");
     EXPECT_STREQ(xdsp_status_text(-99), "unknown status");
-    EXPECT_STREQ(xdsp_file_type_name(3), "Link");
     EXPECT_STREQ(xdsp_file_type_name(-1), "");
     EXPECT_EQ(xdsp_checksum(reinterpret_cast<const uint8_t *>("abc"), 3), 0x0126);
 }

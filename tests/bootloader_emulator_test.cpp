@@ -73,17 +73,11 @@ class EmulatedBootLoader : public ::testing::TestWithParam<bool> {
 } // namespace
 
 TEST_P(EmulatedBootLoader, IdentifiesThroughTheFiller) {
+    // Two filler replies: the wire test pins the bytes of a single one.
     emu::BootLoaderOptions options;
-    options.faults.notReadyCode = 0x0B;
-    options.faults.notReadyReplies = 1;
+    options.faults.notReadyCode = 0x0A;
+    options.faults.notReadyReplies = 2;
     open(options);
-    EXPECT_EQ(Text(XMOSBoot_GetVersionType()), WIDE("2.61"));
-    EXPECT_EQ(heard(emulated(), 0x0B), 2u);
-
-    withFaults(emulated(), [](emu::BootLoaderFaults &faults) {
-        faults.notReadyCode = 0x0A;
-        faults.notReadyReplies = 2;
-    });
     EXPECT_EQ(XMOSBoot_GetMemorySize(), 2097152u);
     EXPECT_EQ(heard(emulated(), 0x0A), 3u) << "two filler replies, then the answer";
 }

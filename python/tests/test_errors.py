@@ -61,20 +61,6 @@ def test_format_refused_stops_the_upload(xdsp_board, caplog):
     assert warnings == [f"{xdsp_board.path}: Error in Format. Cancelling Upload."]
 
 
-@pytest.mark.xdsp_emulator("--silent")
-def test_silent_boot_loader_times_out(xdsp_board):
-    with pytest.raises(TimeoutError) as raised:
-        xdsp_board.bootloader.identify()
-    assert raised.value.status == xdsp.Status.NO_ANSWER
-
-
-def test_argument_refused_by_the_library(xdsp_board):
-    with pytest.raises(xdsp.InvalidArgumentError) as raised:
-        xdsp_board.spi(bytes(600), select=1)  # longer than an output report
-    assert "writeLength 600 refused" in str(raised.value)
-    xdsp_board.flash.write(0x2000, b"still fine")
-
-
 def test_a_closed_board_raises_and_leaves_the_others_alone(xdsp_board_factory):
     first, second = xdsp_board_factory(), xdsp_board_factory("--product", "Two")
     first.bootloader.upload(b"one!", 1, name="one")

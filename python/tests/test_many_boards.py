@@ -20,8 +20,7 @@ def _upload_and_verify(board, number):
 
 
 def test_four_boards_upload_in_parallel_in_about_the_time_of_one(xdsp_board_factory):
-    boards = [xdsp_board_factory("--product", f"Board {number}") for number in range(BOARDS)]
-    assert [board.product for board in boards] == [f"Board {n}" for n in range(BOARDS)]
+    boards = [xdsp_board_factory() for _ in range(BOARDS)]
     alone = xdsp_board_factory()
     began = time.monotonic()
     _upload_and_verify(alone, 0)
