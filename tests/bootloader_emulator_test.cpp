@@ -63,6 +63,9 @@ class EmulatedBootLoader : public ::testing::TestWithParam<bool> {
         emulated_ = std::make_unique<EmulatedBoard>(boardWithBootLoader(std::move(options)));
         ASSERT_TRUE(emulated_->openAndSettle(capture));
         XMOSSPI_SetReadPrefix(GetParam() ? 1 : 0);
+        // The process keeps the table of the board it last read, as an
+        // application does; this board's is read as one reads a new board's.
+        ASSERT_EQ(XMOSBoot_BuildFAI(), 1);
         capture.clear();
     }
     EmulatedBoard &emulated() { return *emulated_; }
