@@ -2,8 +2,9 @@
 # with its CMake package (xdsp::xdsp; on Windows also xdsp::xdsp_board, the
 # board API's own DLL) and pkg-config file, the emulator, the tool, the C
 # reference in HTML (cmake/reference.cmake) and, on Linux, the udev rule.
-# Nothing else under include/ or src/ is installed: xdsp.h and board.h are the
-# whole interface.
+# Nothing else under include/ or src/ is installed: the headers of include/xdsp/
+# (xdsp.h and board.h with the family headers they include) are the whole
+# interface.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -20,8 +21,8 @@ else()
   set(xdsp_install_programs ON)
 endif()
 
-install(FILES ${PROJECT_SOURCE_DIR}/include/xdsp/xdsp.h ${PROJECT_SOURCE_DIR}/include/xdsp/board.h
-        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/xdsp)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/xdsp DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+        FILES_MATCHING PATTERN "*.h")
 set(xdsp_libraries xdsp)
 if(WIN32)
   list(APPEND xdsp_libraries xdsp_board)

@@ -20,8 +20,8 @@ add_custom_command(OUTPUT ${xdsp_msvc_lib}
   DEPENDS ${xdsp_lib_def}
   COMMENT "MSVC import library xdsp.lib"
   VERBATIM)
-# xdsp_board.lib from the board DLL's .def, made from board.h at configure
-# time: cdecl names, which llvm-dlltool decorates for x86 itself.
+# xdsp_board.lib from the board DLL's .def, made from the board headers at
+# configure time: cdecl names, which llvm-dlltool decorates for x86 itself.
 if(CMAKE_SIZEOF_VOID_P EQUAL 4)
   set(xdsp_board_lib_machine i386)
 else()

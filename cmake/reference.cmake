@@ -1,4 +1,4 @@
-# The C reference: Doxygen over the public header (docs/reference/Doxyfile,
+# The C reference: Doxygen over the public headers (docs/reference/Doxyfile,
 # every warning an error), built with the library when doxygen is found and
 # installed beside the other documents: share/doc/xdsp/html on Linux (so
 # /usr/share/doc/xdsp/html in the .deb), doc/html in the Windows zips.
@@ -9,8 +9,9 @@ if(NOT XDSP_DOXYGEN)
 endif()
 
 set(xdsp_reference_dir ${PROJECT_BINARY_DIR}/reference)
-set(xdsp_reference_sources ${PROJECT_SOURCE_DIR}/include/xdsp/xdsp.h
-    ${PROJECT_SOURCE_DIR}/docs/reference/Doxyfile ${PROJECT_SOURCE_DIR}/docs/reference/mainpage.md)
+file(GLOB xdsp_reference_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/include/xdsp/*.h)
+list(APPEND xdsp_reference_sources ${PROJECT_SOURCE_DIR}/docs/reference/Doxyfile
+     ${PROJECT_SOURCE_DIR}/docs/reference/mainpage.md)
 # The stamp is written only after a run without warnings, so a failed run is
 # repeated by the next build.
 add_custom_command(

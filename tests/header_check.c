@@ -1,4 +1,4 @@
-/* Compiles the public headers as C. */
+/* Compiles the public headers together as C, with the layouts callers rely on. */
 #include "xdsp/board.h"
 #include "xdsp/xdsp.h"
 

@@ -1,5 +1,5 @@
-// P/Invoke declarations for the board API (include/xdsp/board.h) that the
-// example uses.
+// P/Invoke declarations for the board API (include/xdsp/board.h and the
+// board_*.h headers it includes) that the example uses.
 //
 // DllImport("xdsp_board") finds xdsp_board.dll on Windows; under Mono on Linux
 // the dllmap in upload.exe.config points it at libxdsp.so.3, which carries the
