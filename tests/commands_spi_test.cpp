@@ -7,14 +7,10 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
 using namespace xdsp;
 using namespace xdsp::test;
 
-namespace {
-const uint8_t rd[] = {0x52, 0x44};
-} // namespace
+constexpr uint8_t rd[] = {0x52, 0x44};
 
 using SpiTransfer = OpenBoard;
 
@@ -36,14 +32,11 @@ TEST_F(SpiTransfer, StagesThePayloadByteForByteAndZeroFillsWhatWasNotDelivered) 
     // awaited on the board.
     size_t sent = 1;
     EXPECT_EQ(WriteSPIEx(2, 2, -7, 3, 50, rd, 2, nullptr, 0), 1);
-    Bytes staged = awaitCommand(board(), 0xF030, ++sent);
-    ASSERT_FALSE(staged.empty());
-    EXPECT_EQ(link::readWord(staged.data(), 13), 0x0303);
+    EXPECT_EQ(slice(awaitCommand(board(), 0xF030, ++sent), 13, 2), (Bytes{0x03, 0x03}));
     const uint8_t data[] = {9, 8, 7, 6};
     EXPECT_EQ(WriteSPI(2, 0, 3, 50, data, 4, reply, 0), 1);
-    staged = awaitCommand(board(), 0xF030, ++sent);
-    ASSERT_FALSE(staged.empty());
-    EXPECT_EQ(link::readWord(staged.data(), 13), 0x0101);
+    Bytes staged = awaitCommand(board(), 0xF030, ++sent);
+    EXPECT_EQ(slice(staged, 13, 2), (Bytes{0x01, 0x01}));
     EXPECT_EQ(slice(staged, 19, 12), (Bytes{2, 0, 0, 0, 0, 0, 4, 0, 9, 8, 7, 6}));
     emu::SpiTransferRecord seen = board().lastSpiTransfer();
     EXPECT_EQ(seen.written, Bytes(data, data + 4));
@@ -60,7 +53,7 @@ TEST_F(SpiTransfer, StagesThePayloadByteForByteAndZeroFillsWhatWasNotDelivered) 
     EXPECT_EQ(WriteSPIEx(2, 2, 0, 3, 50, many.data(), 485, large.data(), 1024), 1);
     Bytes got = large.contents();
     EXPECT_EQ(slice(got, 0, 484), slice(many, 0, 484));
-    EXPECT_TRUE(std::all_of(got.begin() + 484, got.end(), [](uint8_t b) { return b == 0; }));
+    EXPECT_EQ(slice(got, 484, 540), Bytes(540, 0));
     EXPECT_TRUE(large.guardsIntact());
 }
 
@@ -90,9 +83,8 @@ TEST_F(SpiTransfer, BatchStagesListTerminatorAndDataBlock) {
     EXPECT_EQ(link::readWord(staged.data(), 13), 0x0303);
     EXPECT_EQ(slice(staged, 23, 4), (Bytes{16, 0, 0x04, 0xFF}));
     EXPECT_EQ(slice(staged, 125, 4), Bytes(block, block + 4));
-    Bytes expected(16, 0);
-    std::copy(block, block + 4, expected.begin());
-    EXPECT_EQ(reply.contents(), expected) << "four bytes clocked in, the rest zeros";
+    EXPECT_EQ(slice(reply.contents(), 0, 4), Bytes(block, block + 4));
+    EXPECT_EQ(slice(reply.contents(), 4, 12), Bytes(12, 0)) << "the rest zeros";
     EXPECT_EQ(capture.pieces(), (Lines{WIDE("Writing to Batch SPI...\n"),
                                        WIDE("Command Sent.  Waiting for SPI Response...\n"),
                                        WIDE("Valid SPI Response.\n"), WIDE("SPI Complete.\n")}));
