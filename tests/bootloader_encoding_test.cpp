@@ -153,8 +153,11 @@ TEST(FrontEndHelpers, ChecksumsTypeNamesDescriptorsAndRefusedIndexes) {
     double created = 1.0, modified = 1.0;
     Char16 buffer[8];
     std::fill(std::begin(buffer), std::end(buffer), Char16('#'));
-    ASSERT_EQ(BootLoader_GetFileDesc(14, &type, &start, &end, &fai, buffer, 4, &created, &modified),
-              1);
+    auto describe = [&](int32_t index, uint32_t *startOut, Char16 *nameOut, uint32_t capacity) {
+        return BootLoader_GetFileDesc(index, &type, startOut, &end, &fai, nameOut, capacity,
+                                      &created, &modified);
+    };
+    ASSERT_EQ(describe(14, &start, buffer, 4), 1);
     EXPECT_EQ(Text(buffer), WIDE("fir"));
     EXPECT_EQ(buffer[4], Char16('#')) << "nothing past the capacity";
     EXPECT_EQ(std::tuple(type, start, end, fai, created, modified),
@@ -162,27 +165,22 @@ TEST(FrontEndHelpers, ChecksumsTypeNamesDescriptorsAndRefusedIndexes) {
 
     // Out of range, or an output missing: nothing written.
     type = 0xEEEE;
-    EXPECT_EQ(BootLoader_GetFileDesc(15, &type, &start, &end, &fai, buffer, 8, &created, &modified),
-              0);
-    EXPECT_EQ(BootLoader_GetFileDesc(-1, &type, &start, &end, &fai, buffer, 8, &created, &modified),
-              0);
-    EXPECT_EQ(
-        BootLoader_GetFileDesc(14, &type, nullptr, &end, &fai, buffer, 8, &created, &modified), 0);
+    EXPECT_EQ(describe(15, &start, buffer, 8), 0);
+    EXPECT_EQ(describe(-1, &start, buffer, 8), 0);
+    EXPECT_EQ(describe(14, nullptr, buffer, 8), 0);
     EXPECT_EQ(os::lastError(), XDSP_ERROR_INVALID_PARAMETER);
     EXPECT_EQ(type, 0xEEEE);
     EXPECT_EQ(Text(buffer), WIDE("fir"));
     // Capacity 0 leaves the name alone, even a null one.
-    EXPECT_EQ(
-        BootLoader_GetFileDesc(14, &type, &start, &end, &fai, nullptr, 0, &created, &modified), 1);
+    EXPECT_EQ(describe(14, &start, nullptr, 0), 1);
 
-    // Out-of-range indexes and missing data are refused by the send.
-    uint8_t data[4] = {1, 2, 3, 4};
-    for (int32_t index : {15, -1, 31414, 300}) {
+    // Out-of-range indexes, and missing data at index 0, are refused by the send.
+    const uint8_t data[4] = {1, 2, 3, 4};
+    for (int32_t index : {15, -1, 31414, 300, 0}) {
         os::setLastError(0);
-        EXPECT_EQ(BootLoader_Send(index, 0, 0, 4096, WIDE("x"), data, 4, 0, nullptr, 0), 0);
+        const uint8_t *bytes = index == 0 ? nullptr : data;
+        EXPECT_EQ(BootLoader_Send(index, 0, 0, 4096, WIDE("x"), bytes, 4, 0, nullptr, 0), 0);
         EXPECT_EQ(os::lastError(), XDSP_ERROR_INVALID_PARAMETER) << index;
     }
-    EXPECT_EQ(BootLoader_Send(0, 0, 0, 4096, WIDE("x"), nullptr, 4, 0, nullptr, 0), 0);
-    EXPECT_EQ(os::lastError(), XDSP_ERROR_INVALID_PARAMETER);
     EXPECT_EQ(XMOSBoot_SendFile(0, nullptr, 10, 25, 80, nullptr, 0), 0);
 }

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 
 using namespace xdsp;
 using namespace xdsp::test;
@@ -22,13 +23,9 @@ struct Answering {
 };
 
 std::string caseName(const ::testing::TestParamInfo<Answering> &info) {
-    const Answering &answering = info.param;
-    std::string name = "Period" + std::to_string(answering.reportPeriodMicros) + "us";
-    if (answering.answersWriteOnly)
-        name += "WriteOnlyAnswered";
-    if (answering.lateAnswerReports != 0)
-        name += "Late" + std::to_string(answering.lateAnswerReports);
-    return name;
+    const auto &[period, writeOnly, late] = info.param;
+    return "Period" + std::to_string(period) + "us" + (writeOnly ? "WriteOnlyAnswered" : "") +
+           (late != 0 ? "Late" + std::to_string(late) : "");
 }
 
 class LateAnswers : public ::testing::TestWithParam<Answering> {
@@ -74,16 +71,13 @@ TEST_P(LateAnswers, BootLoaderIdentifiesUploadsAndReadsItsTable) {
 
     ASSERT_EQ(BootLoader_Init(2, 2), 1);
     uint16_t type = 0;
-    uint32_t start = 0, end = 0, faiBytes = 0;
+    uint32_t start = 0, end = 0, fai = 0;
     Char16 name[64] = {};
     double created = 0, modified = 0;
-    ASSERT_EQ(
-        BootLoader_GetFileDesc(3, &type, &start, &end, &faiBytes, name, 64, &created, &modified),
-        1);
-    EXPECT_EQ(Text(name), WIDE("late.bin"));
-    EXPECT_EQ(type, 2);
-    EXPECT_EQ(start, 0x30000u);
-    EXPECT_EQ(end, 0x32000u);
+    ASSERT_EQ(BootLoader_GetFileDesc(3, &type, &start, &end, &fai, name, 64, &created, &modified),
+              1);
+    EXPECT_EQ(std::tuple(Text(name), type, start, end),
+              std::tuple(Text(WIDE("late.bin")), uint16_t{2}, 0x30000u, 0x32000u));
 }
 
 // Each read follows a write-only transfer whose answer may still be on its way.

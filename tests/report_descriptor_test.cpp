@@ -3,6 +3,7 @@
 #include <array>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -15,14 +16,14 @@ std::vector<uint8_t> fromHex(const std::string &hex) {
     return bytes;
 }
 
-// The input, output and feature report lengths.
+// The input, output and feature report lengths; none when the descriptor is refused.
 using Lengths = std::array<uint32_t, 3>;
 
-Lengths parse(const std::vector<uint8_t> &descriptor, bool *ids = nullptr) {
+std::optional<Lengths> parse(const std::vector<uint8_t> &descriptor, bool *ids = nullptr) {
     xdsp::os::ReportLengths lengths;
-    EXPECT_TRUE(
-        xdsp::os::parseReportDescriptor(descriptor.data(), descriptor.size(), &lengths, ids));
-    return {lengths.input, lengths.output, lengths.feature};
+    if (!xdsp::os::parseReportDescriptor(descriptor.data(), descriptor.size(), &lengths, ids))
+        return std::nullopt;
+    return Lengths{lengths.input, lengths.output, lengths.feature};
 }
 } // namespace
 
@@ -61,16 +62,13 @@ TEST(ReportDescriptor, CountsIdsPushPopAndRefusesTruncatedItems) {
     EXPECT_FALSE(ids);
 
     // Lengths stay within 16 bits, ID byte counted: 65534 data bytes are the most.
-    EXPECT_EQ(parse({0x75, 0x08, 0x96, 0xFE, 0xFF, 0x81, 0x02})[0], 65535u);
+    EXPECT_EQ(parse({0x75, 0x08, 0x96, 0xFE, 0xFF, 0x81, 0x02}), (Lengths{65535, 0, 0}));
     const std::vector<uint8_t> refused[] = {
         {0x75, 0x08, 0x96, 0x00},                   // truncated
         {0xB4},                                     // pop without push
         {0x75, 0x08, 0x96, 0xFF, 0xFF, 0x81, 0x02}, // one byte more than the most
         // A 32-bit count that would wrap the bit sum.
         {0x77, 0x00, 0x00, 0x00, 0x80, 0x97, 0x00, 0x00, 0x00, 0x80, 0x81, 0x02, 0x81, 0x02}};
-    xdsp::os::ReportLengths lengths;
     for (const std::vector<uint8_t> &descriptor : refused)
-        EXPECT_FALSE(xdsp::os::parseReportDescriptor(descriptor.data(), descriptor.size(), &lengths,
-                                                     nullptr))
-            << descriptor.size();
+        EXPECT_FALSE(parse(descriptor).has_value()) << descriptor.size();
 }
