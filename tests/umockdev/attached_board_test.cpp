@@ -13,13 +13,13 @@
 
 #include <atomic>
 #include <cstdio>
-#include <cstring>
 #include <linux/capability.h>
 #include <memory>
 #include <string>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <thread>
+#include <tuple>
 #include <unistd.h>
 #include <vector>
 
@@ -38,35 +38,28 @@ bool wrote(const Capture &debug, const Text &text) {
 class CapabilityDrop {
   public:
     CapabilityDrop() {
-        if (!capabilities(false))
+        if (!capabilities(SYS_capget))
             return;
         saved_ = sets_[0].effective;
         sets_[0].effective &= ~((1u << CAP_DAC_OVERRIDE) | (1u << CAP_DAC_READ_SEARCH));
-        dropped_ = capabilities(true);
+        dropped_ = capabilities(SYS_capset);
     }
     ~CapabilityDrop() {
-        if (dropped_ && capabilities(false)) {
-            sets_[0].effective = saved_;
-            capabilities(true);
-        }
+        sets_[0].effective = saved_;
+        if (dropped_)
+            capabilities(SYS_capset);
     }
     bool dropped() const { return dropped_; }
 
   private:
-    bool capabilities(bool write) {
+    bool capabilities(long call) {
         __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
-        return syscall(write ? SYS_capset : SYS_capget, &header, sets_) == 0;
+        return syscall(call, &header, sets_) == 0;
     }
     __user_cap_data_struct sets_[_LINUX_CAPABILITY_U32S_3] = {};
     uint32_t saved_ = 0;
     bool dropped_ = false;
 };
-
-emu::BoardOptions withBootLoader() {
-    emu::BoardOptions options;
-    options.bootLoader = emu::BootLoaderOptions{};
-    return options;
-}
 
 class AttachedBoard : public ::testing::Test {
   protected:
@@ -92,8 +85,13 @@ class AttachedBoard : public ::testing::Test {
     std::unique_ptr<BoardTestbed> testbed_;
 };
 
-std::u16string pathOf(const xdsp_device_record &record) {
-    return std::u16string(record.devicePath);
+std::atomic<BoardTestbed *> unplugTarget{nullptr};
+
+// Pulls the cable when the upload reaches its checksum step.
+int32_t XDSP_API unplugBeforeTheChecksum(int32_t percent, uint32_t) {
+    if (BoardTestbed *testbed = percent == 95 ? unplugTarget.exchange(nullptr) : nullptr)
+        testbed->unplug();
+    return 0;
 }
 } // namespace
 
@@ -103,7 +101,7 @@ TEST_F(AttachedBoard, EnumerationFindsTheRightNodesAcrossTheGap) {
     xdsp_set_last_error(99);
     EXPECT_EQ(EnumUSBHIDDevices(boardIds.vendorId, boardIds.productId, records, 4), 1u);
     EXPECT_EQ(xdsp_last_error(), XDSP_ERROR_SUCCESS);
-    EXPECT_EQ(pathOf(records[0]), boardPath);
+    EXPECT_EQ(Text(records[0].devicePath), boardPath);
     EXPECT_EQ(records[0].matchNumber, 0u);
     EXPECT_EQ(records[0].hidIndex, 0u);
     xdsp_handle opened = OpenUSBHIDDevice(&records[0]);
@@ -113,14 +111,14 @@ TEST_F(AttachedBoard, EnumerationFindsTheRightNodesAcrossTheGap) {
     // Any product of the vendor: both boards, the mouse between them counted
     // in the index but not matched; hidraw1's absence leaves no hole.
     EXPECT_EQ(EnumUSBHIDDevices(boardIds.vendorId, 0xFFFF, records, 4), 2u);
-    EXPECT_EQ(pathOf(records[1]), u"/dev/hidraw3");
+    EXPECT_EQ(Text(records[1].devicePath), u"/dev/hidraw3");
     EXPECT_EQ(records[1].matchNumber, 1u);
     EXPECT_EQ(records[1].hidIndex, 2u);
     EXPECT_EQ(EnumUSBHIDDevices(secondBoardIds.vendorId, secondBoardIds.productId, nullptr, 0), 1u);
 
     xdsp_device_record one[1] = {};
     EXPECT_EQ(EnumUSBHIDDevices(mouseIds.vendorId, 0xFFFF, one, 1), 1u);
-    EXPECT_EQ(pathOf(one[0]), u"/dev/hidraw2");
+    EXPECT_EQ(Text(one[0].devicePath), u"/dev/hidraw2");
     EXPECT_EQ(one[0].hidIndex, 1u);
     EXPECT_EQ(EnumUSBHIDDevices(boardIds.vendorId, 0x0103, records, 4), 0u);
     EXPECT_EQ(EnumUSBHIDDevices(0xFFFF, boardIds.productId, records, 4), 0u)
@@ -153,9 +151,7 @@ TEST_F(AttachedBoard, NodeOpensOnceAndItsDescriptorGivesTheLengths) {
     EXPECT_EQ(xdsp_last_error(), XDSP_ERROR_SUCCESS);
     uint32_t input = 1, output = 1, feature = 1;
     EXPECT_EQ(GetHIDUSBSizes(first, &input, &output, &feature), 1);
-    EXPECT_EQ(input, 64u);
-    EXPECT_EQ(output, 33u);
-    EXPECT_EQ(feature, 0u);
+    EXPECT_EQ(std::tuple(input, output, feature), std::tuple(64u, 33u, 0u));
 
     EXPECT_EQ(OpenUSBHIDDevicePath(boardPath), nullptr);
     EXPECT_EQ(xdsp_last_error(), XDSP_ERROR_SHARING_VIOLATION);
@@ -204,25 +200,11 @@ TEST_F(AttachedBoard, NodeWithoutReadPermissionIsRefused) {
     EXPECT_EQ(IsOnline(), 0);
 }
 
-namespace {
-std::atomic<BoardTestbed *> unplugTarget{nullptr};
-
-// Pulls the cable when the upload reaches its checksum step.
-int32_t XDSP_API unplugBeforeTheChecksum(int32_t percent, uint32_t) {
-    BoardTestbed *testbed = unplugTarget.load();
-    if (testbed != nullptr && percent == 95) {
-        testbed->unplug();
-        unplugTarget = nullptr;
-    }
-    return 0;
-}
-} // namespace
-
 TEST_F(AttachedBoard, NodeRemovedDuringAnUploadAndPutBack) {
     // Paths the testbed lacks reach the machine's own /dev.
     if (access("/dev/hidraw0", F_OK) == 0)
         GTEST_SKIP() << "an unplugged node's path would reach this machine's own /dev/hidraw0";
-    start(withBootLoader());
+    start(boardWithBootLoader());
     openLink();
     ASSERT_EQ(BootLoader_Init(2, 2), 1);
     std::vector<uint8_t> data = sampleBytes(1000, 11);
@@ -246,7 +228,7 @@ TEST_F(AttachedBoard, NodeRemovedDuringAnUploadAndPutBack) {
     replugger.join();
     char mismatch[64];
     std::snprintf(mismatch, sizeof mismatch, "Checksums do not match!\n0000 != %04X\n", sum);
-    EXPECT_TRUE(wrote(debug, std::u16string(mismatch, mismatch + std::strlen(mismatch))));
+    EXPECT_TRUE(wrote(debug, wide(mismatch)));
     EXPECT_TRUE(offlineSeen) << "no handle while the node is away";
     // A read pending at the unplug fails (EIO); else the next write does (ENODEV).
     EXPECT_LE(debug.count(u"HID::HID Read Error\n"), 1u);
