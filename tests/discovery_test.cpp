@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <utility>
 #ifndef _WIN32
 #include "os/posix/sysfs.h"
@@ -24,9 +25,7 @@ TEST(ParseDeviceName, ReadsIdsAndFindsTheInstance) {
     const Char16 *plain = WIDE(
         "\\\\?\\hid#vid_1234&pid_0101#7&1f0e3a2&0&0000#{4d1e55b2-f16f-11cf-88cb-001111000030}");
     const Char16 *instance = ParseDeviceName(plain, &vendor, &product, &interface);
-    EXPECT_EQ(vendor, 0x1234);
-    EXPECT_EQ(product, 0x0101);
-    EXPECT_EQ(interface, 0);
+    EXPECT_EQ(std::tie(vendor, product, interface), std::tuple(0x1234, 0x0101, 0));
     ASSERT_NE(instance, nullptr);
     EXPECT_EQ(Text(instance).substr(0, 10), Text(WIDE("7&1f0e3a2&")));
 
@@ -46,12 +45,11 @@ TEST(ParseDeviceName, ReadsIdsAndFindsTheInstance) {
 
     EXPECT_EQ(ParseDeviceName(WIDE("hid#VID_1234&PID_0101#7&1#{g}"), &vendor, &product, &interface),
               nullptr);
-    EXPECT_EQ(vendor, 0);
-    EXPECT_EQ(product, 0) << "upper-case markers are not ids";
+    EXPECT_EQ(std::tie(vendor, product), std::tuple(0, 0)) << "upper-case markers are not ids";
 
     ParseDeviceName(WIDE("vid_123456789&pid_zz#x"), &vendor, &product, &interface);
-    EXPECT_EQ(vendor, 0x6789) << "the low 16 bits of a long number";
-    EXPECT_EQ(product, 0);
+    EXPECT_EQ(std::tie(vendor, product), std::tuple(0x6789, 0))
+        << "the low 16 bits of a long number";
 }
 
 #ifndef _WIN32 // enumeration through a sysfs tree of the test's own making
@@ -67,17 +65,16 @@ class SysfsTree {
     }
     ~SysfsTree() { fs::remove_all(root_); }
     void add(unsigned node, uint16_t vendor, uint16_t product, unsigned interface) {
-        char name[64];
-        std::snprintf(name, sizeof name, "devices/usb1/1-%u/1-%u:1.%u", node, node, interface);
-        fs::path usbInterface = root_ / name;
-        std::snprintf(name, sizeof name, "0003:%04X:%04X.%04X", vendor, product, node);
-        fs::path hidDevice = usbInterface / name;
+        char text[64];
+        std::snprintf(text, sizeof text, "devices/usb1/1-%u/1-%u:1.%u", node, node, interface);
+        fs::path usbInterface = root_ / text;
+        std::snprintf(text, sizeof text, "0003:%04X:%04X.%04X", vendor, product, node);
+        fs::path hidDevice = usbInterface / text;
         fs::create_directories(hidDevice);
         std::ofstream(usbInterface / "bInterfaceNumber") << std::hex << interface << "\n";
-        char uevent[128];
-        std::snprintf(uevent, sizeof uevent, "DRIVER=hid-generic\nHID_ID=0003:%08X:%08X\n", vendor,
+        std::snprintf(text, sizeof text, "DRIVER=hid-generic\nHID_ID=0003:%08X:%08X\n", vendor,
                       product);
-        std::ofstream(hidDevice / "uevent") << uevent;
+        std::ofstream(hidDevice / "uevent") << text;
         fs::path node_dir = root_ / ("class/hidraw/hidraw" + std::to_string(node));
         fs::create_directories(node_dir);
         fs::create_directory_symlink(hidDevice, node_dir / "device");
@@ -119,8 +116,7 @@ TEST(Enumeration, CountsMatchesAndWritesRecordsInNodeOrder) {
     xdsp_device_record records[2];
     std::memset(records, 0x77, sizeof records);
     EXPECT_EQ(xdsp::discovery::enumerateDevices(lookupInTree, 0x20B1, 0xFFFF, records, 1), 2u);
-    EXPECT_EQ(records[0].matchNumber, 0u);
-    EXPECT_EQ(records[0].hidIndex, 2u);
+    EXPECT_EQ(std::tie(records[0].matchNumber, records[0].hidIndex), std::tuple(0u, 2u));
     EXPECT_EQ(Text(records[0].devicePath), Text(WIDE("/dev/hidraw2")));
     EXPECT_EQ(records[1].matchNumber, 0x77777777u) << "only recordCount records are written";
 

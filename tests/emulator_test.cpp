@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -120,15 +121,12 @@ TEST_F(EmulatorServer, ServesOneHostAtATimeUntilUnpluggedAndRefusesPathsItCannot
     EXPECT_FALSE(other.error().empty());
 
     std::string filePath = ::testing::TempDir() + "xdsp-emu-test-file";
-    std::FILE *file = std::fopen(filePath.c_str(), "w");
-    ASSERT_NE(file, nullptr);
-    std::fclose(file);
+    ASSERT_TRUE(std::ofstream(filePath).good());
     EXPECT_FALSE(other.start(filePath)) << "a file that is not a socket stays";
     std::remove(filePath.c_str());
 
-    BoardOptions huge;
-    huge.inputReportLength = emu::maxReportLength + 1;
-    Board hugeBoard(huge);
+    options.inputReportLength = emu::maxReportLength + 1;
+    Board hugeBoard(options);
     emu::VirtualDeviceServer hugeServer(hugeBoard);
     EXPECT_FALSE(hugeServer.start(path));
 }

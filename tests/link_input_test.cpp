@@ -5,6 +5,7 @@
 #include "link/shared_state.h"
 #include "support/capture.h"
 
+#include <algorithm>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <vector>
@@ -43,6 +44,7 @@ class AcceptanceRun {
         acceptInputReport(&run_, report.data());
         return os::eventIsSet(run_.responseEvent);
     }
+    bool accept(std::vector<uint8_t> &&report) { return accept(report); }
     uint8_t lastSequence() const { return run_.lastSequence; }
 
   private:
@@ -61,6 +63,14 @@ std::vector<uint8_t> inputReport(uint16_t code, uint8_t sequence, uint8_t status
     writeWord(report.data(), input::gpio, gpio);
     writeWord(report.data(), input::response, code);
     writeWord(report.data(), input::checksum, inputChecksum(adc, gpio, code));
+    return report;
+}
+
+// An SPI transfer's answer: the count at 24, the bytes read from 28.
+std::vector<uint8_t> transferAnswer(uint8_t sequence, const std::vector<uint8_t> &bytes) {
+    auto report = inputReport(0xF030, sequence);
+    writeWord(report.data(), 24, static_cast<uint16_t>(bytes.size()));
+    std::copy(bytes.begin(), bytes.end(), report.begin() + 28);
     return report;
 }
 
@@ -93,9 +103,7 @@ TEST(InputAcceptance, MagicChecksumAndSequenceGateTheDispatch) {
     EXPECT_EQ(shared.gpioWord.load(), 0) << "a wrong magic stores nothing";
     EXPECT_EQ(badMagic[input::payload + 20], 0);
 
-    auto badChecksum = inputReport(0xF030, 0x10);
-    writeWord(badChecksum.data(), 24, 3);
-    badChecksum[28] = 0xAA;
+    auto badChecksum = transferAnswer(0x10, {0xAA, 0, 0});
     badChecksum[input::checksum] ^= 1;
     EXPECT_FALSE(run.accept(badChecksum));
     EXPECT_EQ(shared.gpioWord.load(), 0x0400) << "GPIO and ADC come before the checksum";
@@ -103,19 +111,14 @@ TEST(InputAcceptance, MagicChecksumAndSequenceGateTheDispatch) {
     EXPECT_EQ(run.lastSequence(), 0xFF);
     EXPECT_EQ(badChecksum[28], 0xAA) << "a report that stopped early keeps its payload";
 
-    auto good = inputReport(0xF030, 0x10);
-    writeWord(good.data(), 24, 3);
-    std::memcpy(good.data() + 28, "\1\2\3", 3);
+    auto good = transferAnswer(0x10, {1, 2, 3});
     EXPECT_TRUE(run.accept(good));
     EXPECT_EQ(stored(shared.responseBuffer, 3), (std::vector<uint8_t>{1, 2, 3}));
     EXPECT_EQ(run.lastSequence(), 0x10);
     for (size_t offset = input::payload; offset < input::payloadEnd; ++offset)
         ASSERT_EQ(good[offset], 0) << "payload cleared at " << offset;
 
-    auto repeat = inputReport(0xF030, 0x10);
-    writeWord(repeat.data(), 24, 1);
-    repeat[28] = 9;
-    EXPECT_FALSE(run.accept(repeat));
+    EXPECT_FALSE(run.accept(transferAnswer(0x10, {9})));
     EXPECT_EQ(stored(shared.responseBuffer, 1)[0], 1) << "one sequence byte is dispatched once";
 
     // Without the payload bit nothing is stored, but the payload is cleared.
@@ -126,12 +129,8 @@ TEST(InputAcceptance, MagicChecksumAndSequenceGateTheDispatch) {
     EXPECT_TRUE(capture.pieces().empty());
 
     // A run starts as if it had seen 0xFF: a first report with 0xFF is a repeat.
-    AcceptanceRun fresh;
-    auto first = inputReport(0xF030, 0xFF);
-    EXPECT_FALSE(fresh.accept(first));
-    AcceptanceRun another;
-    first = inputReport(0xF030, 0x00);
-    EXPECT_TRUE(another.accept(first));
+    EXPECT_FALSE(AcceptanceRun().accept(inputReport(0xF030, 0xFF)));
+    EXPECT_TRUE(AcceptanceRun().accept(inputReport(0xF030, 0x00)));
 }
 
 TEST(ResponseDispatch, LengthLimitsCorruptedLengthsAndFixedSizeRecords) {
@@ -193,8 +192,7 @@ TEST(ResponseDispatch, LengthLimitsCorruptedLengthsAndFixedSizeRecords) {
     }
     EXPECT_EQ(capture.pieces(), (Lines{WIDE("HID: ProductName: "), WIDE("Board X"), WIDE("\n")}));
 
-    auto unknown = inputReport(0xF0AA, sequence++);
-    EXPECT_FALSE(run.accept(unknown)) << "an unknown code sets no event";
+    EXPECT_FALSE(run.accept(inputReport(0xF0AA, sequence++))) << "an unknown code sets no event";
 }
 
 // A board may answer a command after the next one is staged: the answer wakes
@@ -203,11 +201,8 @@ TEST(ResponseDispatch, AnswersToAReplacedCommandWakeNobody) {
     Capture capture;
     AcceptanceRun run;
     run.stageNewerCommand();
-    auto transfer = inputReport(0xF030, 0x10);
-    writeWord(transfer.data(), 24, 4);
-    std::memset(transfer.data() + 28, 0x5A, 4);
     std::memset(shared.responseBuffer, 0, 4);
-    EXPECT_FALSE(run.accept(transfer));
+    EXPECT_FALSE(run.accept(transferAnswer(0x10, {0x5A, 0x5A, 0x5A, 0x5A})));
     EXPECT_EQ(stored(shared.responseBuffer, 4), std::vector<uint8_t>(4, 0));
 
     auto corrupted = inputReport(0xF330, 0x11);

@@ -41,13 +41,11 @@ TEST(OpenClose, CloseWithNothingOpenFailedOpensAndASecondHandle) {
         << "a failed open leaves nothing";
 
     // No path at all is a bad argument on every platform, not a missing device.
-    EXPECT_EQ(outcome(InitializeHIDUSBPacketPath(nullptr)),
-              Outcome(0, XDSP_ERROR_INVALID_PARAMETER));
-    EXPECT_EQ(outcome(InitializeHIDUSBPacket(nullptr)), Outcome(0, XDSP_ERROR_INVALID_PARAMETER));
-    EXPECT_EQ(outcome(OpenUSBHIDDevicePath(nullptr) != nullptr),
-              Outcome(0, XDSP_ERROR_INVALID_PARAMETER));
-    EXPECT_EQ(outcome(OpenUSBHIDDevice(nullptr) != nullptr),
-              Outcome(0, XDSP_ERROR_INVALID_PARAMETER));
+    EXPECT_EQ((std::vector<Outcome>{outcome(InitializeHIDUSBPacketPath(nullptr)),
+                                    outcome(InitializeHIDUSBPacket(nullptr)),
+                                    outcome(OpenUSBHIDDevicePath(nullptr) != nullptr),
+                                    outcome(OpenUSBHIDDevice(nullptr) != nullptr)}),
+              std::vector<Outcome>(4, Outcome(0, XDSP_ERROR_INVALID_PARAMETER)));
     EXPECT_EQ(IsOnline(), 0);
 
     // An open device reports its lengths and refuses a second handle.
@@ -135,8 +133,7 @@ TEST(OpenClose, ReopensAtOnceAfterAClose) {
 TEST(OpenClose, VirtualDeviceThatSendsNoDescriptorFailsWithInternalError) {
     std::string path = "/tmp/xdsp-silent-" + std::to_string(getpid()) + ".sock";
     int listener = socket(AF_UNIX, SOCK_SEQPACKET, 0);
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
+    sockaddr_un address{AF_UNIX, {}};
     std::snprintf(address.sun_path, sizeof address.sun_path, "%s", path.c_str());
     ASSERT_EQ(bind(listener, reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
     ASSERT_EQ(listen(listener, 1), 0);

@@ -20,10 +20,9 @@ TEST(OutputReports, InitTwiceThenCommandsWithTheirSequenceBytes) {
 
     auto commands = emulated.board().receivedCommands();
     ASSERT_GE(commands.size(), 2u);
-    const std::vector<uint8_t> firstInit = {
-        0x00, 0x52, 0x44, static_cast<uint8_t>(firstSequence), 0x00, 0x00, 0x00, 0x00, 0x00, 0x00,
-        0xF0, 0xAD, 0xCB};
-    EXPECT_EQ(std::vector<uint8_t>(commands[0].begin(), commands[0].begin() + 13), firstInit);
+    EXPECT_EQ(slice(commands[0], 0, 13),
+              (Bytes{0x00, 0x52, 0x44, static_cast<uint8_t>(firstSequence), 0x00, 0x00, 0x00, 0x00,
+                     0x00, 0x00, 0xF0, 0xAD, 0xCB}));
     EXPECT_EQ(commands[0].size(), 512u) << "every write is one whole output report";
     EXPECT_EQ(commands[1][3], static_cast<uint8_t>(firstSequence + 1));
     EXPECT_EQ(link::readWord(commands[1].data(), 9), 0xF000);
