@@ -2,12 +2,12 @@
 #pragma once
 
 #include "board.h"
+#include "support/board_options.h"
 #include "support/capture.h"
 #include "virtual_device_server.h"
 
 #include <memory>
 #include <string>
-#include <utility>
 
 namespace xdsp::test {
 
@@ -30,15 +30,6 @@ class EmulatedBoard {
     std::unique_ptr<emu::Board> board_;
     std::unique_ptr<emu::VirtualDeviceServer> server_;
 };
-
-// Options for a board with a boot loader behind its SPI bus.
-inline emu::BoardOptions boardWithBootLoader(emu::BootLoaderOptions bootLoader = {},
-                                             std::string productName = "XDSP Virtual Board") {
-    emu::BoardOptions options;
-    options.bootLoader = std::move(bootLoader);
-    options.productName = std::move(productName);
-    return options;
-}
 
 // A device path where nothing serves.
 Text absentDevicePath();

@@ -32,7 +32,7 @@ void leaveStaleSocket(const std::string &path) {
 } // namespace
 
 TEST(ToolBoards, ListShowsRunningEmulatorsAndIndexChoosesOne) {
-    emu::BoardOptions first = withBootLoader(), second = withBootLoader();
+    emu::BoardOptions first = boardWithBootLoader(), second = boardWithBootLoader();
     first.productName = "First Bench";
     second.productName = "Second Bench";
     // 10 after 2: the numbers' order, not the names'.
@@ -64,7 +64,7 @@ TEST(ToolBoards, ListShowsRunningEmulatorsAndIndexChoosesOne) {
 TEST(ToolBoards, AllRunsEveryBoardSideBySideAndReportsTheFaultyOne) {
     if (!contains(runTool("list"), "No board attached"))
         GTEST_SKIP() << "boards are attached";
-    std::vector<emu::BoardOptions> options(3, withBootLoader());
+    std::vector<emu::BoardOptions> options(3, boardWithBootLoader());
     for (size_t board = 0; board < options.size(); ++board)
         options[board].productName = "Bench " + std::to_string(board + 1);
     options[1].bootLoader->faults.wrongChecksumReplies = emu::always;
@@ -119,7 +119,7 @@ TEST(ToolBoards, AllRunsEveryBoardSideBySideAndReportsTheFaultyOne) {
 }
 
 TEST(ToolBoards, IfChangedSendsNothingForTheSameFile) {
-    ServedBoard served(withBootLoader());
+    ServedBoard served(boardWithBootLoader());
     TestFile file(9000, 13), changed(9000, 17);
     EXPECT_EQ(served.run("upload " + file.path() + " -f 6 --if-changed").exitCode, 0);
     uint32_t sent = served.dataPackets();

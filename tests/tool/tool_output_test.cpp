@@ -10,7 +10,7 @@ using namespace tooltest;
 // Rate and time left read "--" until data has gone out for a while, then stay
 // known.
 TEST(ToolOutput, PipeGetsPlainLinesQuietOnlyTheResultAndATerminalItsBar) {
-    ServedBoard served(withBootLoader());
+    ServedBoard served(boardWithBootLoader());
     TestFile file(12000, 5);
     Outcome upload = expectRun(served.run("upload " + file.path() + " -f 2"), 0);
     EXPECT_EQ(upload.text.find('\r'), std::string::npos);
@@ -60,7 +60,7 @@ TEST(ToolOutput, PipeGetsPlainLinesQuietOnlyTheResultAndATerminalItsBar) {
 }
 
 TEST(ToolOutput, JsonLinesAgreeWithWhatTheLibraryReports) {
-    ServedBoard served(withBootLoader());
+    ServedBoard served(boardWithBootLoader());
     TestFile file(5000, 11);
     Outcome upload =
         served.run("upload " + file.path() + " -f 4 -n json.bin --json", Capture::outputOnly);

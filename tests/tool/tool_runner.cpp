@@ -121,12 +121,6 @@ uint32_t ServedBoard::dataPackets() {
     return packets;
 }
 
-xdsp::emu::BoardOptions withBootLoader() {
-    xdsp::emu::BoardOptions options;
-    options.bootLoader = xdsp::emu::BootLoaderOptions{};
-    return options;
-}
-
 std::vector<uint8_t> contentsOf(const std::string &path) {
     std::ifstream in(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "board.h"
+#include "support/board_options.h"
 #include "virtual_device_server.h"
 
 #include <nlohmann/json.hpp>
@@ -12,6 +13,8 @@
 #include <vector>
 
 namespace tooltest {
+
+using xdsp::test::boardWithBootLoader;
 
 struct Outcome {
     int exitCode = -1;
@@ -58,7 +61,6 @@ class ServedBoard {
     std::string path_;
 };
 
-xdsp::emu::BoardOptions withBootLoader();
 std::vector<uint8_t> contentsOf(const std::string &path);
 bool contains(const Outcome &outcome, const std::string &text);
 // Checks the exit code and that each text shows in the output, quoting the

@@ -50,7 +50,7 @@ TEST(Tool, InfoGpioAdcAndFlashShowWhatTheBoardReports) {
 // The boot loader's record; files in the listing. The board keeps names in 8
 // bits, Latin-1: "café" comes back whole, a character beyond Latin-1 as '?'.
 TEST(Tool, StatAndUploadedFilesShowInTheListingWithTheirNames) {
-    emu::BoardOptions options = withBootLoader();
+    emu::BoardOptions options = boardWithBootLoader();
     options.bootLoader->version = 0x123;
     ServedBoard served(options);
     expectRun(
@@ -119,7 +119,7 @@ TEST(ToolExitCodes, NoBoardMeansNoBoard) {
 }
 
 TEST(ToolExitCodes, EachFailureHasItsCodeAndWords) {
-    ServedBoard served(withBootLoader());
+    ServedBoard served(boardWithBootLoader());
     expectRun(runTool("--help", Capture::outputOnly), 0, {"77  permission denied"});
     expectRun(served.run("upload /no/such/file -f 1", Capture::errorsOnly), 66,
               {"cannot read /no/such/file"});
@@ -160,7 +160,7 @@ TEST(ToolExitCodes, EachFailureHasItsCodeAndWords) {
 }
 
 TEST(ToolExitCodes, ChecksumMismatchNamesBothSums) {
-    emu::BoardOptions options = withBootLoader();
+    emu::BoardOptions options = boardWithBootLoader();
     options.bootLoader->faults.wrongChecksumReplies = emu::always;
     ServedBoard served(options);
     TestFile file(2000, 7);
@@ -176,7 +176,7 @@ TEST(ToolExitCodes, ChecksumMismatchNamesBothSums) {
 
 // A format never confirmed: the status, and the text kept in place of a box.
 TEST(ToolExitCodes, FailedFormatSaysWhatTheBoardKept) {
-    emu::BoardOptions options = withBootLoader();
+    emu::BoardOptions options = boardWithBootLoader();
     options.bootLoader->faults.unacknowledgedCode = 0x30; // format
     options.bootLoader->faults.unacknowledgedReplies = emu::always;
     ServedBoard served(options);
