@@ -22,18 +22,20 @@ void releaseRun(PollRun *run) {
     link->liveRuns.fetch_sub(1);
 }
 
+// The command event is set before the report event is reset. Set after, a
+// cycle could end between the two and test the command event of the next
+// cycle too early: the caller took that cycle's report for the one that
+// carried its command, and its next command overwrote this one unsent (a
+// write-only transfer lost now and then under Wine's slower events).
 void sendCommandOn(PollRun *run, uint8_t *staging, uint16_t commandCode, StoreToClear clearFirst) {
-    {
-        os::LockHold hold(run->lock);
-        clearBytes(clearFirst);
-        os::eventReset(run->responseEvent);
-        os::eventReset(run->reportEvent);
-        os::eventReset(run->commandEvent);
-        SharedState &shared = run->link->shared;
-        buildOutputHeader(staging, commandCode, shared.gpioOutputWord.load(),
-                          shared.sequenceCounter.fetch_add(1));
-    }
+    os::LockHold hold(run->lock);
+    clearBytes(clearFirst);
+    os::eventReset(run->responseEvent);
+    SharedState &shared = run->link->shared;
+    buildOutputHeader(staging, commandCode, shared.gpioOutputWord.load(),
+                      shared.sequenceCounter.fetch_add(1));
     os::eventSet(run->commandEvent);
+    os::eventReset(run->reportEvent);
 }
 
 bool answersStagedCommand(const PollRun *run, uint8_t wireSequence) {
